@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds and runs the whole test suite twice: plain, then with AddressSanitizer and
+# UndefinedBehaviorSanitizer. Fails when either run fails.
+set -euo pipefail
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+
+"$root/scripts/setup.sh" plain
+"$root/scripts/setup.sh" asan
+
+export QT_QPA_PLATFORM=offscreen
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:strict_string_checks=1"
+export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp:print_suppressions=0"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+
+status=0
+echo "== Plain run =="
+ctest --test-dir "$root/build" --output-on-failure || status=1
+echo "== Sanitized run (AddressSanitizer + UndefinedBehaviorSanitizer) =="
+ctest --test-dir "$root/build-asan" --output-on-failure || status=1
+if [ "$status" -ne 0 ]; then
+    echo "Tests failed." >&2
+fi
+exit "$status"

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+
+// A rectangle in points. The same type serves every coordinate space; which one a
+// value lives in is said where it is produced (accessibility space: origin at the
+// top-left of the primary screen, y down; screen space: origin bottom-left, y up).
+struct Rect {
+    double x = 0.0;
+    double y = 0.0;
+    double width = 0.0;
+    double height = 0.0;
+
+    static Rect null();     // the "no rectangle" value: origin at +infinity, zero size
+    static Rect infinite(); // covers every point
+
+    bool isNull() const;
+    bool isInfinite() const;
+    bool isFinite() const; // every component is a finite number
+    bool isEmpty() const;  // null, or no width or no height
+
+    // Same area with non-negative width and height.
+    Rect standardized() const;
+
+    double minX() const { return standardized().x; }
+    double minY() const { return standardized().y; }
+    double maxX() const;
+    double maxY() const;
+    double midX() const { return (minX() + maxX()) / 2.0; }
+    double midY() const { return (minY() + maxY()) / 2.0; }
+
+    // "{{x, y}, {width, height}}", each number in its shortest form ("10", "0.5").
+    QString text() const;
+
+    friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+// The shortest text that reads back as the same double; integral values carry no point.
+QString shortestNumber(double value);

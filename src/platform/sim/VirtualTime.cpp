@@ -1,0 +1,99 @@
+#include "VirtualTime.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+class VirtualTimeSource::VirtualTimer final : public Timer {
+public:
+    VirtualTimer(VirtualTimeSource& owner, std::function<void()> handler)
+        : m_owner(owner), m_handler(std::move(handler))
+    {
+    }
+    ~VirtualTimer() override { m_owner.unschedule(this); }
+
+    void start(double seconds, bool repeating) override
+    {
+        m_owner.unschedule(this);
+        m_interval = seconds;
+        m_repeating = repeating;
+        m_active = true;
+        m_owner.schedule(this, m_owner.now() + seconds);
+    }
+    void stop() override
+    {
+        m_active = false;
+        m_owner.unschedule(this);
+    }
+    bool isActive() const override { return m_active; }
+
+    void fire()
+    {
+        if (m_repeating)
+            m_owner.schedule(this, m_owner.now() + std::max(m_interval, 1e-9));
+        else
+            m_active = false;
+        m_handler(); // last: the handler may restart, stop or destroy this timer
+    }
+
+private:
+    VirtualTimeSource& m_owner;
+    std::function<void()> m_handler;
+    double m_interval = 0.0;
+    bool m_repeating = false;
+    bool m_active = false;
+};
+
+VirtualTimeSource::VirtualTimeSource(QDateTime start) : m_start(std::move(start)) {}
+
+VirtualTimeSource::~VirtualTimeSource() = default;
+
+QDateTime VirtualTimeSource::currentDateTime() const
+{
+    return m_start.addMSecs(static_cast<qint64>(std::llround(now() * 1000.0)));
+}
+
+std::unique_ptr<Timer> VirtualTimeSource::createTimer(std::function<void()> handler)
+{
+    return std::make_unique<VirtualTimer>(*this, std::move(handler));
+}
+
+void VirtualTimeSource::advance(double seconds)
+{
+    const double target = now() + seconds;
+    while (!m_queue.empty() && m_queue.begin()->first <= target) {
+        auto next = m_queue.begin();
+        VirtualTimer* timer = next->second;
+        m_now.store(std::max(now(), next->first));
+        m_queue.erase(next);
+        timer->fire();
+    }
+    m_now.store(std::max(now(), target));
+}
+
+void VirtualTimeSource::elapse(double seconds)
+{
+    double current = m_now.load();
+    while (!m_now.compare_exchange_weak(current, current + seconds)) {
+    }
+}
+
+int VirtualTimeSource::activeTimerCount() const
+{
+    return static_cast<int>(m_queue.size());
+}
+
+void VirtualTimeSource::schedule(VirtualTimer* timer, double due)
+{
+    m_queue.emplace(due, timer);
+}
+
+void VirtualTimeSource::unschedule(VirtualTimer* timer)
+{
+    for (auto it = m_queue.begin(); it != m_queue.end();) {
+        if (it->second == timer)
+            it = m_queue.erase(it);
+        else
+            ++it;
+    }
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "core/Result.h"
+#include "hotkey/HotKeySettings.h"
+
+#include <QByteArray>
+#include <QStringList>
+
+#include <optional>
+
+// Every choice Tuckaway keeps between runs. A plain value: copied, compared and
+// replaced whole. Records from outside the running application pass `validated()`.
+struct SettingsData {
+    qint64 version = 1;
+    QString mode = QStringLiteral("boundary");
+    QString symbol = QStringLiteral("dotsChevron");
+    bool showOnLaunch = false;
+    bool startCollapsed = false;
+    bool autoCollapse = false;
+    qint64 delay = 10;
+    bool hoverReveal = false;
+    bool compact = false;
+    QStringList hiddenBundles;
+    QStringList selected;
+    std::optional<HotKeySettings> hotkey;
+
+    enum class Form { Stored, Exported };
+
+    // The normalised copy, or the one incompatibility error.
+    Result<SettingsData> validated() const;
+
+    QByteArray encoded(Form form) const;
+    static Result<SettingsData> decoded(const QByteArray& json);
+
+    static Error incompatibleError();
+
+    friend bool operator==(const SettingsData&, const SettingsData&) = default;
+};

@@ -1,0 +1,116 @@
+#include "core/Rect.h"
+#include "core/UserDefaults.h"
+#include "platform/sim/VirtualTime.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+
+class TestCore : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void typedReadsRefuseOtherTypes();
+    void settingsFileKeepsEveryTypeAcrossReopening_data();
+    void settingsFileKeepsEveryTypeAcrossReopening();
+    void virtualTimersFireInDueOrderAndExactlyOnTime();
+    void repeatingTimerRestartedFromItsOwnHandler();
+    void rectTextAndStandardisation();
+};
+
+void TestCore::typedReadsRefuseOtherTypes()
+{
+    InMemoryUserDefaults defaults;
+    defaults.setString(QStringLiteral("s"), QStringLiteral("true"));
+    defaults.setBytes(QStringLiteral("b"), QByteArray("{}"));
+    defaults.setRaw(QStringLiteral("mixed"), QVariantList{QStringLiteral("a"), 3});
+
+    QVERIFY(!defaults.bytes(QStringLiteral("s")));
+    QVERIFY(!defaults.string(QStringLiteral("b")));
+    QVERIFY(!defaults.stringList(QStringLiteral("mixed")));
+    QVERIFY(!defaults.boolean(QStringLiteral("missing")));
+    QCOMPARE(defaults.boolean(QStringLiteral("s")), std::optional<bool>(true));
+    QCOMPARE(defaults.bytes(QStringLiteral("b")), std::optional<QByteArray>("{}"));
+}
+
+void TestCore::settingsFileKeepsEveryTypeAcrossReopening_data()
+{
+    QTest::addColumn<QStringList>("list");
+    QTest::newRow("empty") << QStringList{};
+    QTest::newRow("one") << QStringList{QStringLiteral("com.example.one")};
+    QTest::newRow("several") << QStringList{QStringLiteral("b"), QStringLiteral("a, c")};
+}
+
+void TestCore::settingsFileKeepsEveryTypeAcrossReopening()
+{
+    QFETCH(QStringList, list);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("defaults.conf"));
+    const QByteArray json = QByteArrayLiteral("{\"mode\":\"manual\",\"é\":[1]}");
+    {
+        SettingsUserDefaults defaults(path);
+        defaults.setBytes(QStringLiteral("settings.v1"), json);
+        defaults.setString(QStringLiteral("interfaceLanguage"), QStringLiteral("es"));
+        defaults.setStringList(QStringLiteral("hiddenBundles"), list);
+        defaults.setBoolean(QStringLiteral("compact"), true);
+    }
+    SettingsUserDefaults reopened(path);
+    QCOMPARE(reopened.bytes(QStringLiteral("settings.v1")), std::optional<QByteArray>(json));
+    QCOMPARE(reopened.string(QStringLiteral("interfaceLanguage")), std::optional<QString>(QStringLiteral("es")));
+    QCOMPARE(reopened.stringList(QStringLiteral("hiddenBundles")), std::optional<QStringList>(list));
+    QCOMPARE(reopened.boolean(QStringLiteral("compact")), std::optional<bool>(true));
+}
+
+void TestCore::virtualTimersFireInDueOrderAndExactlyOnTime()
+{
+    VirtualTimeSource time;
+    QStringList fired;
+    auto late = time.createTimer([&] { fired << QStringLiteral("late@") + QString::number(time.now()); });
+    auto early = time.createTimer([&] { fired << QStringLiteral("early@") + QString::number(time.now()); });
+    late->start(5.0, false);
+    early->start(1.0, false);
+
+    time.advance(4.999);
+    QCOMPARE(fired, QStringList{QStringLiteral("early@1")});
+    time.advance(0.001);
+    QCOMPARE(fired, (QStringList{QStringLiteral("early@1"), QStringLiteral("late@5")}));
+    QVERIFY(!late->isActive());
+
+    late->start(1.0, false);
+    late.reset(); // a destroyed timer never fires
+    time.advance(10);
+    QCOMPARE(fired.size(), 2);
+}
+
+void TestCore::repeatingTimerRestartedFromItsOwnHandler()
+{
+    VirtualTimeSource time;
+    int ticks = 0;
+    std::unique_ptr<Timer> timer;
+    timer = time.createTimer([&] {
+        if (++ticks == 3)
+            timer->stop();
+    });
+    timer->start(0.25, true);
+    time.advance(10);
+    QCOMPARE(ticks, 3);
+    QCOMPARE(time.activeTimerCount(), 0);
+}
+
+void TestCore::rectTextAndStandardisation()
+{
+    QCOMPARE((Rect{0, 0, 100, 22}.text()), QStringLiteral("{{0, 0}, {100, 22}}"));
+    QCOMPARE((Rect{1512.5, -0.0, 0.1, 1e21}.text()), QStringLiteral("{{1512.5, 0}, {0.1, 1e+21}}"));
+    const Rect flipped = Rect{10, 10, -4, -6}.standardized();
+    QCOMPARE(flipped, (Rect{6, 4, 4, 6}));
+    QCOMPARE((Rect{10, 10, -4, -6}.maxX()), 10.0);
+    QVERIFY(Rect::null().isNull());
+    QVERIFY(Rect::null().isEmpty());
+    QVERIFY(!Rect::null().isFinite());
+    QVERIFY(Rect::infinite().isInfinite());
+    QVERIFY(!(Rect{0, std::numeric_limits<double>::quiet_NaN(), 1, 1}.isFinite()));
+}
+
+QTEST_GUILESS_MAIN(TestCore)
+#include "tst_core.moc"
