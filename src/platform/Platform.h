@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QStringList>
+
 #include <memory>
 
+class FilePanels;
+class LoginItemService;
 class TimeSource;
 class UserDefaults;
 
@@ -14,4 +18,20 @@ public:
 
     virtual UserDefaults& userDefaults() = 0;
     virtual TimeSource& time() = 0;
+    virtual LoginItemService& loginItems() = 0;
+    virtual FilePanels& filePanels() = 0;
 };
+
+// Start-up choices that reach the platform. `scenarioPath` names a simulated desktop
+// to load instead of the built-in one; it means nothing on macOS.
+struct PlatformOptions {
+    QString scenarioPath;
+};
+
+// Builds the platform of this build. Fails with a message a person can act on (for
+// example a scenario file that cannot be used).
+struct PlatformOrError {
+    std::unique_ptr<Platform> platform;
+    QString error;
+};
+PlatformOrError createPlatform(const PlatformOptions& options);

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "settings/FilePanels.h"
+
+// Modal QFileDialog panels (native panels where the platform has them).
+class QtFilePanels final : public FilePanels {
+public:
+    std::optional<QString> chooseSaveLocation(const QString& proposedName) override;
+    std::optional<QString> chooseFileToOpen() override;
+};

@@ -1,0 +1,34 @@
+#include "SimLoginItems.h"
+
+LoginItemService::Status SimLoginItems::status() const
+{
+    return m_behaviour.appFound ? m_status : Status::NotFound;
+}
+
+std::optional<Error> SimLoginItems::registerApp()
+{
+    if (m_behaviour.registerFailure)
+        return m_behaviour.registerFailure;
+    if (!m_behaviour.appFound)
+        return Error{QStringLiteral("SMAppServiceErrorDomain"), 3,
+                     QStringLiteral("The application could not be found.")};
+    m_status = m_behaviour.requiresApproval ? Status::RequiresApproval : Status::Enabled;
+    return std::nullopt;
+}
+
+std::optional<Error> SimLoginItems::unregisterApp()
+{
+    if (m_behaviour.unregisterFailure)
+        return m_behaviour.unregisterFailure;
+    if (m_status == Status::NotRegistered)
+        return Error{QStringLiteral("SMAppServiceErrorDomain"), 2,
+                     QStringLiteral("The application is not registered as a login item.")};
+    m_status = Status::NotRegistered;
+    return std::nullopt;
+}
+
+void SimLoginItems::approve()
+{
+    if (m_status == Status::RequiresApproval)
+        m_status = Status::Enabled;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+// Modal file panels. Each returns the chosen location, or nothing when the person
+// cancels.
+class FilePanels {
+public:
+    virtual ~FilePanels() = default;
+    virtual std::optional<QString> chooseSaveLocation(const QString& proposedName) = 0;
+    // Files only, one at a time.
+    virtual std::optional<QString> chooseFileToOpen() = 0;
+};
