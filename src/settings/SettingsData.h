@@ -5,7 +5,6 @@
 
 #include <QByteArray>
 #include <QStringList>
-
 #include <optional>
 
 // Every choice Tuckaway keeps between runs. A plain value: copied, compared and
@@ -29,7 +28,9 @@ struct SettingsData {
     // The normalised copy, or the one incompatibility error.
     Result<SettingsData> validated() const;
 
+    // Stored: one compact line. Exported: indented, keys of every object sorted.
     QByteArray encoded(Form form) const;
+    // Checks presence and types only; the error's description names the offending key.
     static Result<SettingsData> decoded(const QByteArray& json);
 
     static Error incompatibleError();

@@ -12,7 +12,9 @@ std::optional<Error> SimLoginItems::registerApp()
     if (!m_behaviour.appFound)
         return Error{QStringLiteral("SMAppServiceErrorDomain"), 3,
                      QStringLiteral("The application could not be found.")};
-    m_status = m_behaviour.requiresApproval ? Status::RequiresApproval : Status::Enabled;
+    // An approved registration stays approved when registered again.
+    if (m_status != Status::Enabled)
+        m_status = m_behaviour.requiresApproval ? Status::RequiresApproval : Status::Enabled;
     return std::nullopt;
 }
 

@@ -13,7 +13,8 @@ public:
         std::optional<Error> unregisterFailure;
     };
 
-    explicit SimLoginItems(Behaviour behaviour = {}) : m_behaviour(std::move(behaviour)) {}
+    SimLoginItems() = default;
+    explicit SimLoginItems(Behaviour behaviour) : m_behaviour(std::move(behaviour)) {}
 
     Status status() const override;
     std::optional<Error> registerApp() override;

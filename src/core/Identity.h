@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+// Who this application is to the system.
+namespace Identity {
+
+inline const QString bundleIdentifier = QStringLiteral("app.tuckaway.Tuckaway");
+inline const QString name = QStringLiteral("Tuckaway");
+inline const QString version = QStringLiteral(TUCKAWAY_VERSION);
+
+} // namespace Identity

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+// The Mac's own services. Only translation lives here; every rule is portable code.
+class MacPlatform final : public Platform {
+public:
+    MacPlatform();
+    ~MacPlatform() override;
+
+    UserDefaults& userDefaults() override;
+    TimeSource& time() override;
+    LoginItemService& loginItems() override;
+    FilePanels& filePanels() override;
+    HotKeyService& hotKeys() override;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
