@@ -4,10 +4,15 @@
 
 #include <memory>
 
+class Accessibility;
+class DesktopServices;
 class FilePanels;
+class HotKeyService;
 class LoginItemService;
+class NativeVisibilityBridge;
 class TimeSource;
 class UserDefaults;
+class Workspace;
 
 // Hands out the seams of the platform chosen at start: the Mac's own services on
 // macOS, the simulated desktop (with Linux's real services where it has them)
@@ -20,6 +25,11 @@ public:
     virtual TimeSource& time() = 0;
     virtual LoginItemService& loginItems() = 0;
     virtual FilePanels& filePanels() = 0;
+    virtual HotKeyService& hotKeys() = 0;
+    virtual Accessibility& accessibility() = 0;
+    virtual Workspace& workspace() = 0;
+    virtual NativeVisibilityBridge& visibilityBridge() = 0;
+    virtual DesktopServices& desktopServices() = 0;
 };
 
 // Start-up choices that reach the platform. `scenarioPath` names a simulated desktop

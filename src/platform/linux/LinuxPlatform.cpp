@@ -1,19 +1,28 @@
 #include "core/Time.h"
 #include "core/UserDefaults.h"
+#include "platform/linux/X11HotKeyService.h"
 #include "platform/linux/XdgAutostart.h"
 #include "platform/qt/QtFilePanels.h"
 #include "platform/sim/SimPlatform.h"
+#include "platform/sim/SimScenario.h"
 
 #include <QCoreApplication>
 
 PlatformOrError createPlatform(const PlatformOptions& options)
 {
-    Q_UNUSED(options);
+    SimScenario scenario = SimScenarioLoader::builtIn();
+    if (!options.scenarioPath.isEmpty()) {
+        auto loaded = SimScenarioLoader::load(options.scenarioPath);
+        if (!loaded)
+            return {nullptr, loaded.error().description};
+        scenario = std::move(loaded).value();
+    }
     SimPlatform::Services services;
     services.userDefaults = std::make_unique<SettingsUserDefaults>();
     services.time = std::make_unique<SystemTimeSource>();
     services.loginItems = std::make_unique<XdgAutostart>(XdgAutostart::defaultConfigHome(),
                                                          QCoreApplication::applicationFilePath());
     services.filePanels = std::make_unique<QtFilePanels>();
-    return {std::make_unique<SimPlatform>(std::move(services)), QString()};
+    services.hotKeys = X11HotKeyService::forApplication(); // off X: the simulated service
+    return {std::make_unique<SimPlatform>(std::move(services), std::move(scenario)), QString()};
 }

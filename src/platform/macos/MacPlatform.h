@@ -13,6 +13,10 @@ public:
     LoginItemService& loginItems() override;
     FilePanels& filePanels() override;
     HotKeyService& hotKeys() override;
+    NativeVisibilityBridge& visibilityBridge() override;
+    DesktopServices& desktopServices() override;
+    Accessibility& accessibility() override;
+    Workspace& workspace() override;
 
 private:
     struct Private;

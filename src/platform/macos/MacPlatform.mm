@@ -3,7 +3,11 @@
 #include "core/Time.h"
 #include "core/UserDefaults.h"
 #include "platform/macos/CarbonHotKeyService.h"
+#include "platform/macos/MacDesktopServices.h"
+#include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacLoginItems.h"
+#include "platform/macos/MacVisibilityBridge.h"
+#include "platform/macos/MacWorkspace.h"
 #include "platform/qt/QtFilePanels.h"
 
 struct MacPlatform::Private {
@@ -12,6 +16,10 @@ struct MacPlatform::Private {
     MacLoginItems loginItems;
     QtFilePanels filePanels; // QFileDialog shows the system's own panels on macOS
     CarbonHotKeyService hotKeys;
+    MacVisibilityBridge visibility;
+    MacDesktopServices desktop;
+    MacAccessibility accessibility;
+    MacWorkspace workspace;
 };
 
 MacPlatform::MacPlatform() : d(std::make_unique<Private>()) {}
@@ -41,6 +49,26 @@ FilePanels& MacPlatform::filePanels()
 HotKeyService& MacPlatform::hotKeys()
 {
     return d->hotKeys;
+}
+
+NativeVisibilityBridge& MacPlatform::visibilityBridge()
+{
+    return d->visibility;
+}
+
+Accessibility& MacPlatform::accessibility()
+{
+    return d->accessibility;
+}
+
+Workspace& MacPlatform::workspace()
+{
+    return d->workspace;
+}
+
+DesktopServices& MacPlatform::desktopServices()
+{
+    return d->desktop;
 }
 
 PlatformOrError createPlatform(const PlatformOptions&)

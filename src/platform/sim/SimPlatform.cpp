@@ -2,21 +2,51 @@
 
 #include "core/UserDefaults.h"
 #include "platform/sim/ScriptedFilePanels.h"
+#include "platform/sim/SimAccessibility.h"
+#include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimDesktopServices.h"
+#include "platform/sim/SimHotKeyService.h"
 #include "platform/sim/SimLoginItems.h"
+#include "platform/sim/SimVisibilityFramework.h"
+#include "platform/sim/SimWorkspace.h"
 #include "platform/sim/VirtualTime.h"
 
-SimPlatform::SimPlatform(Services services) : m_services(std::move(services)) {}
+SimPlatform::SimPlatform(Services services)
+    : SimPlatform(std::move(services), SimScenarioLoader::builtIn())
+{
+}
+
+SimPlatform::SimPlatform(Services services, SimScenario scenario) : m_services(std::move(services))
+{
+    if (!m_services.hotKeys) {
+        auto simulated = std::make_unique<SimHotKeyService>();
+        m_simulatedHotKeys = simulated.get();
+        m_services.hotKeys = std::move(simulated);
+    }
+    m_desktop = std::make_unique<SimDesktop>(std::move(scenario), m_services.userDefaults.get());
+    if (m_simulatedHotKeys)
+        m_simulatedHotKeys->setTakenShortcuts(m_desktop->takenShortcuts());
+    m_accessibility = std::make_unique<SimAccessibility>(*m_desktop, *m_services.time);
+    m_workspace = std::make_unique<SimWorkspace>(*m_desktop);
+    m_visibility = std::make_unique<SimVisibilityFramework>(*m_desktop, *m_services.time);
+    m_desktopServices = std::make_unique<SimDesktopServices>(*m_desktop);
+}
 
 SimPlatform::~SimPlatform() = default;
 
 std::unique_ptr<SimPlatform> SimPlatform::forTests()
 {
+    return forTests(SimScenarioLoader::builtIn());
+}
+
+std::unique_ptr<SimPlatform> SimPlatform::forTests(SimScenario scenario)
+{
     Services services;
     services.userDefaults = std::make_unique<InMemoryUserDefaults>();
     services.time = std::make_unique<VirtualTimeSource>();
-    services.loginItems = std::make_unique<SimLoginItems>();
+    services.loginItems = std::make_unique<SimLoginItems>(scenario.loginItem);
     services.filePanels = std::make_unique<ScriptedFilePanels>();
-    return std::make_unique<SimPlatform>(std::move(services));
+    return std::make_unique<SimPlatform>(std::move(services), std::move(scenario));
 }
 
 UserDefaults& SimPlatform::userDefaults()
@@ -37,4 +67,29 @@ LoginItemService& SimPlatform::loginItems()
 FilePanels& SimPlatform::filePanels()
 {
     return *m_services.filePanels;
+}
+
+HotKeyService& SimPlatform::hotKeys()
+{
+    return *m_services.hotKeys;
+}
+
+Accessibility& SimPlatform::accessibility()
+{
+    return *m_accessibility;
+}
+
+Workspace& SimPlatform::workspace()
+{
+    return *m_workspace;
+}
+
+NativeVisibilityBridge& SimPlatform::visibilityBridge()
+{
+    return *m_visibility;
+}
+
+DesktopServices& SimPlatform::desktopServices()
+{
+    return *m_desktopServices;
 }

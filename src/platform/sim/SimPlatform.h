@@ -2,6 +2,13 @@
 
 #include "platform/Platform.h"
 
+class SimAccessibility;
+class SimDesktop;
+class SimDesktopServices;
+class SimHotKeyService;
+class SimVisibilityFramework;
+class SimWorkspace;
+struct SimScenario;
 class VirtualTimeSource;
 
 // The simulated macOS desktop with the services it is given: simulated ones in tests,
@@ -13,20 +20,42 @@ public:
         std::unique_ptr<TimeSource> time;
         std::unique_ptr<LoginItemService> loginItems;
         std::unique_ptr<FilePanels> filePanels;
+        std::unique_ptr<HotKeyService> hotKeys; // the host's own; absent: the simulated one
     };
 
+    // On the built-in desktop, or on the one a scenario describes.
     explicit SimPlatform(Services services);
+    SimPlatform(Services services, SimScenario scenario);
     ~SimPlatform() override;
 
     // Everything simulated: in-memory defaults, virtual time, simulated login items,
     // scripted file panels.
     static std::unique_ptr<SimPlatform> forTests();
+    static std::unique_ptr<SimPlatform> forTests(SimScenario scenario);
 
     UserDefaults& userDefaults() override;
     TimeSource& time() override;
     LoginItemService& loginItems() override;
     FilePanels& filePanels() override;
+    HotKeyService& hotKeys() override;
+    Accessibility& accessibility() override;
+    Workspace& workspace() override;
+    NativeVisibilityBridge& visibilityBridge() override;
+    DesktopServices& desktopServices() override;
+
+    SimDesktop& desktop() { return *m_desktop; }
+    SimVisibilityFramework& visibilityFramework() { return *m_visibility; }
+    SimDesktopServices& simulatedDesktopServices() { return *m_desktopServices; }
+
+    // The simulated hot key service, or null when the host's own serves.
+    SimHotKeyService* simulatedHotKeys() { return m_simulatedHotKeys; }
 
 private:
     Services m_services;
+    SimHotKeyService* m_simulatedHotKeys = nullptr;
+    std::unique_ptr<SimDesktop> m_desktop;
+    std::unique_ptr<SimAccessibility> m_accessibility;
+    std::unique_ptr<SimWorkspace> m_workspace;
+    std::unique_ptr<SimVisibilityFramework> m_visibility;
+    std::unique_ptr<SimDesktopServices> m_desktopServices;
 };

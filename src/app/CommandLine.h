@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// The switches a launch understands. Each is looked for among all process arguments,
+// the program path included; only its first occurrence counts, and its value is the
+// argument right after it. A switch that needs a value but comes last is ignored.
+struct CommandLine {
+    static inline const QString diagnosticReportSwitch = QStringLiteral("--diagnostic-report");
+    static inline const QString uiReportSwitch = QStringLiteral("--ui-report");
+    static inline const QString settingsSwitch = QStringLiteral("--settings");
+    static inline const QString scenarioSwitch = QStringLiteral("--scenario");
+
+    std::optional<QString> diagnosticReportPath; // a diagnostic run replaces the launch
+    bool diagnosticReportRequested = false;      // the switch anywhere, with a value or not
+    std::optional<QString> uiReportPath;
+    bool openSettings = false;
+    std::optional<QString> scenarioPath; // the simulated desktop to load
+
+    // Whether a second copy should hand over to a running one and quit.
+    bool checksSingleInstance() const { return !diagnosticReportRequested; }
+
+    static CommandLine parse(const QStringList& arguments);
+
+    friend bool operator==(const CommandLine&, const CommandLine&) = default;
+};

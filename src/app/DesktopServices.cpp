@@ -1,0 +1,3 @@
+#include "DesktopServices.h"
+
+DesktopServices::~DesktopServices() = default;

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "core/Rect.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointF>
+#include <QString>
+#include <memory>
+#include <optional>
+
+class QWidget;
+class StatusItem;
+
+struct ScreenInfo {
+    Rect frame;
+    Rect visibleFrame; // without the menu bar and the Dock
+
+    friend bool operator==(const ScreenInfo&, const ScreenInfo&) = default;
+};
+
+// What the application shell asks of the desktop it runs on, beyond the running
+// applications (`Workspace`). Every rectangle and point is in screen space: origin at the
+// bottom-left of the primary screen, y up. Main thread; the signals are the system's
+// notifications and are emitted on the main thread.
+class DesktopServices : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+    ~DesktopServices() override;
+
+    // No Dock icon and no menu bar of our own.
+    virtual void becomeAccessory() = 0;
+    // Brings another running application forward, without options.
+    virtual void activateApplication(qint32 pid) = 0;
+    // Brings this application forward, ignoring other applications.
+    virtual void activateIgnoringOtherApps() = 0;
+
+    // In the platform's order; the first is the primary screen.
+    virtual QList<ScreenInfo> screens() const = 0;
+    // The screen the user works on; nothing without screens.
+    virtual std::optional<ScreenInfo> mainScreen() const = 0;
+    virtual QPointF pointerPosition() const = 0;
+    virtual bool isAnyMouseButtonPressed() const = 0;
+
+    // A new item in the system menu bar of fixed `length` points, whose place the system
+    // remembers under `autosaveName`.
+    virtual std::unique_ptr<StatusItem> createStatusItem(double length,
+                                                         const QString& autosaveName) = 0;
+
+    // A top-level window's frame (title bar included) and moving it by that frame's origin.
+    virtual Rect windowFrame(const QWidget& window) const = 0;
+    virtual void setWindowFrameOrigin(QWidget& window, const QPointF& origin) = 0;
+
+    // Where the application lives: its bundle, or its program file where there is none.
+    virtual QString applicationPath() const = 0;
+
+Q_SIGNALS:
+    void applicationLaunched();
+    void applicationTerminated();
+    void screensDidSleep();
+    void screenParametersChanged();
+    // The user opened the application again while it runs.
+    void reopenRequested();
+};

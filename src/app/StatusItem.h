@@ -1,0 +1,60 @@
+#pragma once
+
+#include "core/Rect.h"
+
+#include <QList>
+#include <QString>
+#include <functional>
+#include <optional>
+
+class QImage;
+struct GlyphImage;
+
+// A mouse-up on the status item's button, with the modifier keys held at that moment.
+struct StatusItemEvent {
+    enum class Kind { LeftMouseUp, RightMouseUp };
+    Kind kind = Kind::LeftMouseUp;
+    bool option = false;
+    bool command = false;
+    bool control = false;
+    bool shift = false;
+};
+
+// One entry of a menu popped up at the status item. A separator has no title and no action.
+struct MenuEntry {
+    QString title;
+    QString keyEquivalent; // with the platform's default modifier (Command); empty: none
+    std::function<void()> action;
+    bool isSeparator = false;
+
+    static MenuEntry separator() { return {{}, {}, {}, true}; }
+};
+
+// The application's own item in the system menu bar. The system may give it no button;
+// then it shows nothing, sends nothing and has no place on screen. Main thread.
+class StatusItem {
+public:
+    using ClickHandler = std::function<void(const StatusItemEvent&)>;
+
+    virtual ~StatusItem() = default;
+
+    virtual bool hasButton() const = 0;
+
+    // The picture (template flag and accessibility description included) and the tooltip.
+    virtual void setImage(const GlyphImage& glyph) = 0;
+    virtual QImage image() const = 0; // null until an image is set
+    virtual void setToolTip(const QString& text) = 0;
+
+    // Called on every left and right mouse-up on the button, never on mouse-down.
+    virtual void setClickHandler(ClickHandler handler) = 0;
+
+    // Screen space (origin at the bottom-left of the primary screen, y up). Nothing without
+    // a button or without the window the button lies in.
+    virtual std::optional<Rect> buttonWindowFrame() const = 0;
+    // The button's bounds converted to its window's coordinates, then to the screen's.
+    virtual std::optional<Rect> buttonFrameOnScreen() const = 0;
+
+    // Shows `menu` at the button's origin without attaching it to the item, so that later
+    // plain clicks still reach the click handler. An entry's action runs when it is chosen.
+    virtual void popUpMenu(const QList<MenuEntry>& menu) = 0;
+};

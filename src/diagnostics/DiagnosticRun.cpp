@@ -1,0 +1,38 @@
+#include "DiagnosticRun.h"
+
+#include "inspection/Inspector.h"
+
+#include <QIODevice>
+#include <QSaveFile>
+
+namespace DiagnosticRun {
+
+QString text(const QString& report, bool backendAvailable)
+{
+    return report + backendLinePrefix +
+           (backendAvailable ? QStringLiteral("true") : QStringLiteral("false"));
+}
+
+std::optional<QString> write(const QString& path, const QString& text)
+{
+    QSaveFile file(path);
+    const QByteArray bytes = text.toUtf8();
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+        return std::nullopt;
+    return QStringLiteral("%1: %2").arg(path, file.errorString());
+}
+
+void start(Inspector& inspector, const QString& path, std::function<bool()> isBackendAvailable,
+           QIODevice& errors, std::function<void(bool written)> finished)
+{
+    inspector.scan([&inspector, path, isBackendAvailable = std::move(isBackendAvailable), &errors,
+                    finished = std::move(finished)] {
+        const std::optional<QString> failure =
+            write(path, text(inspector.report(), isBackendAvailable()));
+        if (failure)
+            errors.write((failurePrefix + *failure + QLatin1Char('\n')).toUtf8());
+        finished(!failure);
+    });
+}
+
+} // namespace DiagnosticRun

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "core/Rect.h"
+#include "inspection/Accessibility.h"
+
+#include <QList>
+#include <QMetaType>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+class TimeSource;
+
+// One running application to scan.
+struct ScanApp {
+    qint32 pid = 0;
+    std::optional<QString> bundle;
+    std::optional<QString> name;
+
+    friend bool operator==(const ScanApp&, const ScanApp&) = default;
+};
+
+// One menu-bar item found in another application's extras menu bar.
+struct ExternalItem {
+    QString id; // bundle (or decimal pid) ":" path ":" title; not unique across instances
+    std::optional<QString> bundleID;
+    QString app;
+    QString title;
+    AXElementRef element;
+    QStringList actions;
+    bool positionWritable = false;
+    std::optional<Rect> frame; // accessibility space: origin top-left, y down
+};
+
+struct ScanResult {
+    QList<ExternalItem> items;
+    QString report;
+};
+
+// What a scan reads besides the applications. Every member must be usable from the
+// thread that runs the scan.
+struct ScanEnvironment {
+    Accessibility& accessibility;
+    const TimeSource& time;
+    QString operatingSystemVersion;
+};
+
+// Reads other applications' menu-bar items; never changes them.
+namespace AXScanner {
+
+constexpr double timeLimit = 12.0;        // seconds for the whole scan
+constexpr double messagingTimeout = 0.08; // seconds per accessibility message
+constexpr int deepestLevel = 2;           // the extras menu bar itself is level 0
+constexpr int elementsPerApplication = 60;
+
+// Walks the extras menu bar of each application in order, depth-first. Synchronous,
+// never fails, keeps nothing between calls; safe on any thread.
+ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment);
+
+// The element's position and size, or nothing when either cannot be read.
+std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& element);
+
+// "[\"a\", \"b\"]": each name quoted, with backslash escapes.
+QString actionListText(const QStringList& actions);
+
+} // namespace AXScanner
+
+Q_DECLARE_METATYPE(ExternalItem)

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "inspection/AXScanner.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <memory>
+
+class Accessibility;
+class TimeSource;
+class Workspace;
+
+// The observable owner of the latest menu-bar scan. Lives on the main thread; only the
+// scanner runs on the global thread pool. Overlapping requests share one walk.
+class Inspector : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QList<ExternalItem> items READ items NOTIFY itemsChanged)
+    Q_PROPERTY(QString report READ report WRITE setReport NOTIFY reportChanged)
+    Q_PROPERTY(bool isScanning READ isScanning NOTIFY isScanningChanged)
+
+public:
+    // Called on a pool thread with a copy of the application list.
+    using Scanner = std::function<ScanResult(const QList<ScanApp>&)>;
+    // Called on the main thread.
+    using AuthorizationCheck = std::function<bool()>;
+
+    static inline const QString initialReport = QStringLiteral("Sin diagnóstico.");
+    static inline const QString missingPermissionReport =
+        QStringLiteral("Falta permiso de Accesibilidad para esta copia. Autoriza Tuckaway en "
+                       "Ajustes y vuelve a actualizar.");
+
+    Inspector(Scanner scanner, AuthorizationCheck authorizationCheck, const Workspace& workspace,
+              QObject* parent = nullptr);
+    // The default scanner (`AXScanner::scan` over this accessibility interface and clock)
+    // and the default check (whether this process is trusted). Both references must
+    // outlive the inspector.
+    Inspector(Accessibility& accessibility, const Workspace& workspace, const TimeSource& time,
+              QObject* parent = nullptr);
+    // Waits for a running walk: it reads through references this object was given.
+    ~Inspector() override;
+
+    QList<ExternalItem> items() const { return m_items; }
+    QString report() const { return m_report; }
+    bool isScanning() const { return m_isScanning; }
+    void setReport(const QString& report);
+
+    // Evaluates the injected permission check, so that every caller decides alike.
+    bool isAuthorized() const;
+
+    // Scans the running applications other than this one. `done` is called on the main
+    // thread once the published properties hold the outcome: at once when permission is
+    // missing, otherwise when the walk (the running one, if any) has ended. The callers
+    // of one walk are served in the order they asked.
+    void scan(std::function<void()> done = {});
+
+Q_SIGNALS:
+    void itemsChanged(const QList<ExternalItem>& items);
+    void reportChanged(const QString& report);
+    void isScanningChanged(bool isScanning);
+
+private:
+    struct Task;
+
+    QList<ScanApp> applicationsToScan() const;
+    void startTask(QList<ScanApp> apps);
+    void finish(const ScanResult& result);
+    void setItems(const QList<ExternalItem>& items);
+    void setIsScanning(bool scanning);
+
+    Scanner m_scanner;
+    AuthorizationCheck m_authorizationCheck;
+    const Workspace& m_workspace;
+    std::unique_ptr<Task> m_task;
+    QList<ExternalItem> m_items;
+    QString m_report = initialReport;
+    bool m_isScanning = false;
+};

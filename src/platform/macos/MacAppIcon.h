@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QImage>
+
+namespace MacAppIcon {
+
+// The bundle's "AppIcon.icns" drawn at `pixelSize` × `pixelSize` pixels, or a null image
+// when the bundle has none or it cannot be read. Fits AppIdentity::BundleIconLoader.
+QImage bundleIcon(int pixelSize);
+
+} // namespace MacAppIcon

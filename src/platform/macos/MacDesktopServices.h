@@ -1,0 +1,28 @@
+#pragma once
+
+#include "app/DesktopServices.h"
+
+// The Mac's screens, pointer, workspace notifications, activation and status bar.
+// Objective-C stays in the implementation file.
+class MacDesktopServices final : public DesktopServices {
+public:
+    explicit MacDesktopServices(QObject* parent = nullptr);
+    ~MacDesktopServices() override;
+
+    void becomeAccessory() override;
+    void activateApplication(qint32 pid) override;
+    void activateIgnoringOtherApps() override;
+    QList<ScreenInfo> screens() const override;
+    std::optional<ScreenInfo> mainScreen() const override;
+    QPointF pointerPosition() const override;
+    bool isAnyMouseButtonPressed() const override;
+    std::unique_ptr<StatusItem> createStatusItem(double length,
+                                                 const QString& autosaveName) override;
+    Rect windowFrame(const QWidget& window) const override;
+    void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
+    QString applicationPath() const override;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

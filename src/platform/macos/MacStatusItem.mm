@@ -1,0 +1,173 @@
+#include "MacStatusItem.h"
+
+#include "app/StatusGlyph.h"
+
+#import <AppKit/AppKit.h>
+
+// The button's target: reads the event being handled and hands it on as a click.
+@interface TKStatusItemTarget : NSObject {
+@public
+    StatusItem::ClickHandler handler;
+}
+- (void)buttonClicked:(id)sender;
+@end
+
+@implementation TKStatusItemTarget
+- (void)buttonClicked:(id)sender
+{
+    (void)sender;
+    NSEvent* event = NSApp.currentEvent;
+    if (!handler || event == nil)
+        return;
+    StatusItemEvent click;
+    click.kind = event.type == NSEventTypeRightMouseUp ? StatusItemEvent::Kind::RightMouseUp
+                                                       : StatusItemEvent::Kind::LeftMouseUp;
+    const NSEventModifierFlags flags = event.modifierFlags;
+    click.option = (flags & NSEventModifierFlagOption) != 0;
+    click.command = (flags & NSEventModifierFlagCommand) != 0;
+    click.control = (flags & NSEventModifierFlagControl) != 0;
+    click.shift = (flags & NSEventModifierFlagShift) != 0;
+    // A copy: the handler may be replaced while it runs.
+    const StatusItem::ClickHandler current = handler;
+    current(click);
+}
+@end
+
+// The target of a popped-up menu's entries; the entry's tag is its index.
+@interface TKMenuTarget : NSObject {
+@public
+    QList<std::function<void()>> actions;
+}
+- (void)entryChosen:(NSMenuItem*)sender;
+@end
+
+@implementation TKMenuTarget
+- (void)entryChosen:(NSMenuItem*)sender
+{
+    const NSInteger index = sender.tag;
+    if (index < 0 || index >= actions.size() || !actions.at(index))
+        return;
+    const std::function<void()> action = actions.at(index);
+    action();
+}
+@end
+
+namespace {
+
+Rect rectOf(NSRect rect)
+{
+    return Rect{rect.origin.x, rect.origin.y, rect.size.width, rect.size.height};
+}
+
+NSImage* nativeImage(const GlyphImage& glyph)
+{
+    CGImageRef cgImage = glyph.image.toCGImage();
+    if (cgImage == nullptr)
+        return nil;
+    const qreal ratio = glyph.image.devicePixelRatio() > 0 ? glyph.image.devicePixelRatio() : 1;
+    NSImage* image = [[NSImage alloc]
+        initWithCGImage:cgImage
+                   size:NSMakeSize(glyph.image.width() / ratio, glyph.image.height() / ratio)];
+    CGImageRelease(cgImage);
+    [image setTemplate:glyph.isTemplate];
+    image.accessibilityDescription = glyph.accessibilityDescription.toNSString();
+    return image;
+}
+
+} // namespace
+
+struct MacStatusItem::Private {
+    NSStatusItem* item = nil;
+    TKStatusItemTarget* target = nil;
+    TKMenuTarget* menuTarget = nil; // the entries' target lives as long as its menu may act
+    QImage image;
+};
+
+MacStatusItem::MacStatusItem(double length, const QString& autosaveName)
+    : d(std::make_unique<Private>())
+{
+    d->item = [[NSStatusBar systemStatusBar] statusItemWithLength:length];
+    d->item.autosaveName = autosaveName.toNSString();
+    d->target = [[TKStatusItemTarget alloc] init];
+    if (NSStatusBarButton* button = d->item.button) {
+        button.target = d->target;
+        button.action = @selector(buttonClicked:);
+        [button sendActionOn:NSEventMaskLeftMouseUp | NSEventMaskRightMouseUp];
+    }
+}
+
+MacStatusItem::~MacStatusItem()
+{
+    [[NSStatusBar systemStatusBar] removeStatusItem:d->item];
+}
+
+bool MacStatusItem::hasButton() const
+{
+    return d->item.button != nil;
+}
+
+void MacStatusItem::setImage(const GlyphImage& glyph)
+{
+    NSStatusBarButton* button = d->item.button;
+    if (button == nil)
+        return;
+    button.image = nativeImage(glyph);
+    d->image = button.image != nil ? glyph.image : QImage();
+}
+
+QImage MacStatusItem::image() const
+{
+    return d->item.button.image != nil ? d->image : QImage();
+}
+
+void MacStatusItem::setToolTip(const QString& text)
+{
+    d->item.button.toolTip = text.toNSString();
+}
+
+void MacStatusItem::setClickHandler(ClickHandler handler)
+{
+    d->target->handler = std::move(handler);
+}
+
+std::optional<Rect> MacStatusItem::buttonWindowFrame() const
+{
+    NSStatusBarButton* button = d->item.button;
+    if (button == nil || button.window == nil)
+        return std::nullopt;
+    return rectOf(button.window.frame);
+}
+
+std::optional<Rect> MacStatusItem::buttonFrameOnScreen() const
+{
+    NSStatusBarButton* button = d->item.button;
+    if (button == nil || button.window == nil)
+        return std::nullopt;
+    const NSRect inWindow = [button convertRect:button.bounds toView:nil];
+    return rectOf([button.window convertRectToScreen:inWindow]);
+}
+
+void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
+{
+    NSStatusBarButton* button = d->item.button;
+    if (button == nil)
+        return;
+    NSMenu* menu = [[NSMenu alloc] initWithTitle:@""];
+    TKMenuTarget* target = [[TKMenuTarget alloc] init];
+    for (qsizetype index = 0; index < entries.size(); ++index) {
+        const MenuEntry& entry = entries.at(index);
+        target->actions.append(entry.action);
+        if (entry.isSeparator) {
+            [menu addItem:[NSMenuItem separatorItem]];
+            continue;
+        }
+        NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:entry.title.toNSString()
+                                                      action:@selector(entryChosen:)
+                                               keyEquivalent:entry.keyEquivalent.toNSString()];
+        item.target = target;
+        item.tag = index;
+        [menu addItem:item];
+    }
+    d->menuTarget = target;
+    [menu popUpMenuPositioningItem:nil atLocation:NSZeroPoint inView:button];
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "inspection/Accessibility.h"
+
+class SimDesktop;
+class TimeSource;
+
+// The simulated applications' accessibility interface. An application element captures
+// the application's tree and hiding state when it is made, so every read answers from an
+// immutable snapshot and is safe on any thread. Each request costs the application's
+// response delay on `time`; a delay longer than the messaging timeout costs the timeout
+// and fails with `AXResult::cannotComplete`, as an unresponsive process does on the Mac.
+class SimAccessibility final : public Accessibility {
+public:
+    // The Mac's messaging timeout for elements that were not given one.
+    static constexpr double defaultMessagingTimeout = 6.0;
+
+    SimAccessibility(SimDesktop& desktop, TimeSource& time);
+    ~SimAccessibility() override;
+
+    AXElementRef applicationElement(qint32 pid) override;
+    void setMessagingTimeout(const AXElementRef& element, double seconds) override;
+    AXAttribute attribute(const AXElementRef& element, const QString& name) override;
+    std::optional<QStringList> actionNames(const AXElementRef& element) override;
+    AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
+
+    bool isProcessTrusted() override;
+    bool promptForTrust() override;
+
+private:
+    bool answersInTime(double responseDelay, double timeout);
+
+    SimDesktop& m_desktop;
+    TimeSource& m_time;
+};

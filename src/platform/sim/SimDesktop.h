@@ -1,0 +1,132 @@
+#pragma once
+
+#include "platform/sim/SimScenario.h"
+
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <atomic>
+#include <memory>
+#include <optional>
+
+class UserDefaults;
+
+// One running application as the accessibility interface sees it at one moment:
+// immutable, so readers on any thread need no lock.
+struct SimApplicationState {
+    std::shared_ptr<const SimApplication> application;
+    bool visible = true; // false while an allow-list hides its items
+    // Where the layout put each item of its extras menu bar (accessibility space);
+    // nothing while hidden.
+    QList<std::optional<Rect>> barFrames;
+};
+
+struct SimWorldState {
+    QHash<qint32, std::shared_ptr<const SimApplicationState>> applications;
+};
+
+// The simulated macOS desktop: screens, running applications with their menu-bar items,
+// the menu bar's layout with Tuckaway's own status item, and what the visibility
+// framework hides. Lives on the main thread; `state()` may be read from any thread.
+class SimDesktop final : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr double menuBarHeight = 24.0;   // on the primary screen
+    static constexpr double statusItemWidth = 30.0; // Tuckaway's own item
+    static constexpr double menuBarRightMargin = 8.0;
+    static inline const QString statusItemAutosaveName = QStringLiteral("Tuckaway.main");
+    // Where the system remembers the status item's place: "NSStatusItem Preferred Position "
+    // followed by the autosave name. The value is the place in decimal.
+    static QString statusItemDefaultsKey();
+
+    // An item standing in the menu bar, right to left.
+    struct BarItem {
+        qint32 pid = 0;
+        int index = 0; // among the application's extras menu-bar items
+        Rect frame;    // accessibility space
+        bool own = false;
+    };
+
+    // `defaults` (not owned, may be null) remembers the status item's place.
+    explicit SimDesktop(SimScenario scenario, UserDefaults* defaults = nullptr,
+                        QObject* parent = nullptr);
+    ~SimDesktop() override;
+
+    const QList<SimScreen>& screens() const { return m_scenario.screens; }
+    // Running applications in launch order; this application's own process included.
+    QList<SimApplication> applications() const;
+    const SimApplication* application(qint32 pid) const;
+    qint32 ownPid() const { return m_scenario.ownPid; }
+    QString operatingSystemVersion() const { return m_scenario.operatingSystemVersion; }
+    const QList<SimShortcut>& takenShortcuts() const { return m_scenario.takenShortcuts; }
+    const SimLoginItems::Behaviour& loginItemBehaviour() const { return m_scenario.loginItem; }
+
+    bool isTrusted() const { return m_trusted.load(); }
+    void setTrusted(bool trusted);
+    // Records that the system's prompt to grant access was shown; safe on any thread.
+    void noteTrustPrompt();
+    int trustPromptCount() const { return m_trustPrompts.load(); }
+
+    const SimFrameworkBehaviour& frameworkBehaviour() const { return m_scenario.framework; }
+    void setFrameworkBehaviour(const SimFrameworkBehaviour& behaviour);
+
+    // Starts an application; a pid of 0 or one already in use is replaced by a fresh one.
+    // Its items join the bar at the left end. Answers its pid.
+    qint32 launchApplication(SimApplication application);
+    // False for an unknown pid and for this application's own process.
+    bool quitApplication(qint32 pid);
+
+    // Nothing: no assertion in force. Otherwise only the listed applications keep their
+    // items in the menu bar; applications without a bundle identifier lose theirs.
+    void setAllowList(std::optional<QSet<QString>> allowedBundles);
+    const std::optional<QSet<QString>>& allowList() const { return m_allowList; }
+    bool isApplicationVisible(qint32 pid) const;
+    bool isItemVisible(qint32 pid, int index) const;
+    QList<BarItem> visibleMenuBarItems() const;
+    // The menu bar of the primary screen, accessibility space.
+    Rect menuBarFrame() const;
+
+    int statusItemPlace() const { return m_place; }
+    // Clamped to the bar; remembered in the user defaults.
+    void setStatusItemPlace(int place);
+    // Drops the status item at this accessibility x, as a ⌘-drag does.
+    void moveStatusItem(double x);
+    // Accessibility space; nothing while an allow-list hides it.
+    std::optional<Rect> statusItemFrame() const;
+
+    // Between screen space (bottom-left origin, y up) and accessibility space (top-left
+    // origin of the primary screen, y down).
+    Rect toAccessibilitySpace(const Rect& screenRect) const;
+    Rect toScreenSpace(const Rect& accessibilityRect) const;
+
+    // The world as of the last change.
+    std::shared_ptr<const SimWorldState> state() const { return m_state.load(); }
+
+signals:
+    void menuBarChanged();
+    void applicationLaunched(qint32 pid);
+    void applicationTerminated(qint32 pid);
+    void trustChanged(bool trusted);
+    void trustPromptRequested();
+    void frameworkBehaviourChanged();
+
+private:
+    struct Layout;
+
+    void addOwnApplication();
+    bool allows(const SimApplication& app) const;
+    int barItemCount() const;
+    Layout layout() const;
+    void republish();
+    qint32 freshPid() const;
+
+    SimScenario m_scenario;
+    UserDefaults* m_defaults = nullptr;
+    QList<std::shared_ptr<const SimApplication>> m_running;
+    std::optional<QSet<QString>> m_allowList;
+    int m_place = 0;
+    std::atomic<bool> m_trusted{true};
+    std::atomic<int> m_trustPrompts{0};
+    std::atomic<std::shared_ptr<const SimWorldState>> m_state;
+};

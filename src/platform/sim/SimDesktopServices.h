@@ -1,0 +1,63 @@
+#pragma once
+
+#include "app/DesktopServices.h"
+#include "platform/sim/SimStatusItem.h"
+
+#include <QPointer>
+
+class SimDesktop;
+
+// The shell's view of the simulated desktop: its screens, a pointer and mouse buttons that
+// tests and the simulator window move, the system's notifications, and the status items
+// the application creates.
+class SimDesktopServices final : public DesktopServices {
+    Q_OBJECT
+
+public:
+    explicit SimDesktopServices(SimDesktop& desktop, QObject* parent = nullptr);
+    ~SimDesktopServices() override;
+
+    void becomeAccessory() override { m_accessory = true; }
+    void activateApplication(qint32 pid) override;
+    void activateIgnoringOtherApps() override { ++m_selfActivations; }
+    QList<ScreenInfo> screens() const override;
+    std::optional<ScreenInfo> mainScreen() const override;
+    QPointF pointerPosition() const override { return m_pointer; }
+    bool isAnyMouseButtonPressed() const override { return m_buttonPressed; }
+    std::unique_ptr<StatusItem> createStatusItem(double length,
+                                                 const QString& autosaveName) override;
+    Rect windowFrame(const QWidget& window) const override;
+    void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
+    QString applicationPath() const override;
+
+    // What the person and the system do.
+    void setPointerPosition(const QPointF& position) { m_pointer = position; }
+    void setMouseButtonPressed(bool pressed) { m_buttonPressed = pressed; }
+    void sleepScreens() { Q_EMIT screensDidSleep(); }
+    void changeScreenParameters() { Q_EMIT screenParametersChanged(); }
+    void reopen() { Q_EMIT reopenRequested(); }
+    // Later status items come without a button, as a system out of room gives them.
+    void setStatusItemsGetButtons(bool withButton) { m_statusItemsGetButtons = withButton; }
+
+    // What the application did.
+    bool isAccessory() const { return m_accessory; }
+    const QList<qint32>& activatedApplications() const { return m_activated; }
+    int selfActivationCount() const { return m_selfActivations; }
+    int statusItemCount() const { return m_statusItemCount; }
+    // The last status item created, while it exists.
+    SimStatusItem* statusItem() const { return m_statusItem.data(); }
+
+private:
+    // Qt's global coordinates have their origin at the primary screen's top-left, y down.
+    double primaryTop() const;
+
+    SimDesktop& m_desktop;
+    QPointF m_pointer;
+    bool m_buttonPressed = false;
+    bool m_accessory = false;
+    bool m_statusItemsGetButtons = true;
+    QList<qint32> m_activated;
+    int m_selfActivations = 0;
+    int m_statusItemCount = 0;
+    QPointer<SimStatusItem> m_statusItem;
+};

@@ -1,0 +1,95 @@
+#include "SimHotKeyService.h"
+
+#include "hotkey/GlobalHotKey.h"
+#include "platform/sim/SimScenario.h"
+
+#include <algorithm>
+
+std::optional<SimHotKeyService::Combination>
+SimHotKeyService::Combination::fromNames(const QString& key, const QString& modifiers)
+{
+    const auto code = GlobalHotKey::keyCode(key);
+    const auto mask = GlobalHotKey::modifierMask(modifiers);
+    if (!code || !mask)
+        return std::nullopt;
+    return Combination{*code, *mask};
+}
+
+void SimHotKeyService::setTakenShortcuts(const QList<SimShortcut>& taken)
+{
+    m_taken.clear();
+    for (const SimShortcut& shortcut : taken) {
+        if (const auto combination = Combination::fromNames(shortcut.key, shortcut.modifiers))
+            m_taken.append(*combination);
+    }
+}
+
+HotKeyService::Answer<HotKeyService::HandlerRef>
+SimHotKeyService::installPressHandler(PressHandler handler)
+{
+    ++m_operations;
+    if (m_installStatus != noError)
+        return {m_installStatus, {}};
+    const quintptr ref = m_nextRef++;
+    m_handlers.emplace(ref, std::move(handler));
+    return {noError, HandlerRef{ref}};
+}
+
+void SimHotKeyService::removePressHandler(HandlerRef ref)
+{
+    ++m_operations;
+    m_handlers.erase(quintptr(ref));
+}
+
+HotKeyService::Answer<HotKeyService::KeyRef>
+SimHotKeyService::registerHotKey(quint32 keyCode, quint32 modifiers, HotKeyId id)
+{
+    ++m_operations;
+    const Combination combination{keyCode, modifiers};
+    if (isHeld(combination))
+        return {hotKeyExists, {}};
+    const quintptr ref = m_nextRef++;
+    m_hotKeys.emplace(ref, Registration{combination, id});
+    return {noError, KeyRef{ref}};
+}
+
+void SimHotKeyService::unregisterHotKey(KeyRef ref)
+{
+    ++m_operations;
+    m_hotKeys.erase(quintptr(ref));
+}
+
+bool SimHotKeyService::isHeld(const Combination& combination) const
+{
+    return m_taken.contains(combination) ||
+           std::any_of(m_hotKeys.begin(), m_hotKeys.end(),
+                       [&](const auto& entry) { return entry.second.combination == combination; });
+}
+
+bool SimHotKeyService::press(Combination combination)
+{
+    const auto match = std::find_if(m_hotKeys.begin(), m_hotKeys.end(), [&](const auto& entry) {
+        return entry.second.combination == combination;
+    });
+    return match != m_hotKeys.end() && deliver(match->second.id);
+}
+
+bool SimHotKeyService::deliver(HotKeyId id)
+{
+    // Handlers may install or remove handlers while they run: walk a snapshot and skip
+    // the ones removed meanwhile.
+    const auto handlers = m_handlers;
+    for (auto it = handlers.rbegin(); it != handlers.rend(); ++it) {
+        if (m_handlers.count(it->first) && it->second(id) == noError)
+            return true;
+    }
+    return false;
+}
+
+QList<SimHotKeyService::Registration> SimHotKeyService::registrations() const
+{
+    QList<Registration> result;
+    for (const auto& entry : m_hotKeys)
+        result.append(entry.second);
+    return result;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "hotkey/HotKeyService.h"
+
+#include <QList>
+#include <QString>
+#include <map>
+
+struct SimShortcut;
+
+// The simulated system's hot key service. Like the Mac's, it refuses a combination that
+// another application holds, or that this application already registered, with
+// `hotKeyExists`, and it delivers a press only for a hot key of this application.
+class SimHotKeyService final : public HotKeyService {
+public:
+    struct Combination {
+        quint32 keyCode = 0;
+        quint32 modifiers = 0;
+
+        friend bool operator==(const Combination&, const Combination&) = default;
+
+        // The combination the settings record's names stand for; absent for unknown names.
+        static std::optional<Combination> fromNames(const QString& key, const QString& modifiers);
+    };
+
+    struct Registration {
+        Combination combination;
+        HotKeyId id;
+    };
+
+    // The shortcuts other applications hold. Names outside the settings record's ones
+    // stand for no combination this application could ask for, and are left out.
+    void setTakenShortcuts(const QList<SimShortcut>& taken);
+
+    // Every later installation of a press handler answers `status` (`noError`: succeeds).
+    void setInstallStatus(Status status) { m_installStatus = status; }
+
+    // The person presses a combination. When a hot key of this application matches, its
+    // press goes to the installed handlers, newest first, until one handles it. Answers
+    // whether one did.
+    bool press(Combination combination);
+
+    QList<Registration> registrations() const;
+    int handlerCount() const { return int(m_handlers.size()); }
+    // Installations, removals, registrations and unregistrations so far, failed ones included.
+    int operationCount() const { return m_operations; }
+
+    Answer<HandlerRef> installPressHandler(PressHandler handler) override;
+    void removePressHandler(HandlerRef ref) override;
+    Answer<KeyRef> registerHotKey(quint32 keyCode, quint32 modifiers, HotKeyId id) override;
+    void unregisterHotKey(KeyRef ref) override;
+
+private:
+    bool isHeld(const Combination& combination) const;
+    bool deliver(HotKeyId id); // a copy: a handler may unregister the hot key
+
+    QList<Combination> m_taken;
+    Status m_installStatus = noError;
+    std::map<quintptr, PressHandler> m_handlers; // keyed by reference: installation order
+    std::map<quintptr, Registration> m_hotKeys;
+    quintptr m_nextRef = 1;
+    int m_operations = 0;
+};

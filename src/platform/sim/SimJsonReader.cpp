@@ -1,0 +1,153 @@
+#include "SimJsonReader.h"
+
+#include <QStringList>
+#include <algorithm>
+#include <cmath>
+
+void SimJsonReader::fail(const QString& place, const QString& reason)
+{
+    if (m_error)
+        return;
+    m_error = place.isEmpty() ? QStringLiteral("%1: %2").arg(m_fileName, reason)
+                              : QStringLiteral("%1: %2: %3").arg(m_fileName, place, reason);
+}
+
+Error SimJsonReader::error() const
+{
+    return Error{QStringLiteral("SimScenario"), 1, m_error.value_or(QString())};
+}
+
+QString SimJsonReader::member(const QString& place, const QString& key)
+{
+    return place.isEmpty() ? key : place + QLatin1Char('.') + key;
+}
+
+QString SimJsonReader::indexed(const QString& place, qsizetype index)
+{
+    return QStringLiteral("%1[%2]").arg(place).arg(index);
+}
+
+void SimJsonReader::expectKeys(const QJsonObject& object, const QString& place,
+                               std::initializer_list<QLatin1StringView> known)
+{
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        const QString key = it.key();
+        if (std::find(known.begin(), known.end(), key) == known.end()) {
+            fail(member(place, key), QStringLiteral("unknown key"));
+            return;
+        }
+    }
+}
+
+std::optional<QJsonObject> SimJsonReader::object(const QJsonValue& value, const QString& place)
+{
+    if (value.isObject())
+        return value.toObject();
+    fail(place, QStringLiteral("must be an object"));
+    return std::nullopt;
+}
+
+QJsonArray SimJsonReader::array(const QJsonObject& object, QLatin1StringView key,
+                                const QString& place)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return {};
+    if (!value.isArray()) {
+        fail(member(place, key), QStringLiteral("must be a list"));
+        return {};
+    }
+    return value.toArray();
+}
+
+bool SimJsonReader::boolean(const QJsonObject& object, QLatin1StringView key, const QString& place,
+                            bool fallback)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return fallback;
+    if (!value.isBool()) {
+        fail(member(place, key), QStringLiteral("must be true or false"));
+        return fallback;
+    }
+    return value.toBool();
+}
+
+double SimJsonReader::number(const QJsonValue& value, const QString& place, Range range)
+{
+    if (!value.isDouble()) {
+        fail(place, QStringLiteral("must be a number"));
+        return 0.0;
+    }
+    const double number = value.toDouble();
+    if (!std::isfinite(number))
+        fail(place, QStringLiteral("must be a finite number"));
+    else if (range == Range::NonNegative && number < 0.0)
+        fail(place, QStringLiteral("must not be negative"));
+    else if (range == Range::Positive && number <= 0.0)
+        fail(place, QStringLiteral("must be greater than 0"));
+    else
+        return number;
+    return 0.0;
+}
+
+double SimJsonReader::number(const QJsonObject& object, QLatin1StringView key, const QString& place,
+                             double fallback, Range range)
+{
+    const QJsonValue value = object.value(key);
+    return value.isUndefined() ? fallback : number(value, member(place, key), range);
+}
+
+std::optional<qint64> SimJsonReader::integer(const QJsonObject& object, QLatin1StringView key,
+                                             const QString& place, qint64 minimum, qint64 maximum)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return std::nullopt;
+    const double number = value.toDouble(std::nan(""));
+    if (!value.isDouble() || std::floor(number) != number || number < double(minimum) ||
+        number > double(maximum)) {
+        fail(member(place, key),
+             QStringLiteral("must be a whole number from %1 to %2").arg(minimum).arg(maximum));
+        return std::nullopt;
+    }
+    return qint64(number);
+}
+
+QString SimJsonReader::string(const QJsonObject& object, QLatin1StringView key,
+                              const QString& place, const QString& fallback)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return fallback;
+    if (!value.isString()) {
+        fail(member(place, key), QStringLiteral("must be a string"));
+        return fallback;
+    }
+    return value.toString();
+}
+
+std::optional<QString> SimJsonReader::optionalString(const QJsonObject& object,
+                                                     QLatin1StringView key, const QString& place)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined() || value.isNull())
+        return std::nullopt;
+    if (!value.isString()) {
+        fail(member(place, key), QStringLiteral("must be a string or null"));
+        return std::nullopt;
+    }
+    return value.toString();
+}
+
+QString SimJsonReader::choice(const QJsonObject& object, QLatin1StringView key,
+                              const QString& place, const QStringList& choices,
+                              const QString& fallback)
+{
+    const QString value = string(object, key, place, fallback);
+    if (choices.contains(value))
+        return value;
+    fail(member(place, key),
+         QStringLiteral("must be one of %1").arg(choices.join(QStringLiteral(", "))));
+    return fallback;
+}

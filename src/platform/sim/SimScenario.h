@@ -1,0 +1,123 @@
+#pragma once
+
+#include "core/Rect.h"
+#include "core/Result.h"
+#include "platform/sim/SimLoginItems.h"
+
+#include <QList>
+#include <QPointF>
+#include <QSizeF>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// How the simulated visibility framework behaves when asked for an assertion.
+struct SimFrameworkBehaviour {
+    bool present = true;
+    enum class Answer { Success, Error, Exception, None } answer = Answer::Success;
+    QString errorDescription;
+    QString exceptionName;
+    QString exceptionReason;
+    double delaySeconds = 0.0;
+};
+
+// A text attribute as an application answers it: not at all, with a string, or with a
+// value of another type (which a reader must not take for a string).
+struct SimText {
+    enum class Kind { Absent, String, OtherType };
+    Kind kind = Kind::Absent;
+    QString string;
+
+    static SimText of(const QString& text) { return {Kind::String, text}; }
+};
+
+// One accessibility element below an application's extras menu bar.
+struct SimElement {
+    // Where a position or size answer comes from. `Layout`: the menu bar's layout for an
+    // item of the bar, the parent's frame for an element below one.
+    enum class Source { Layout, Given, Missing };
+
+    SimText role;
+    SimText title;
+    SimText description;
+    Source positionSource = Source::Layout;
+    QPointF position; // accessibility space, when given
+    Source sizeSource = Source::Layout;
+    QSizeF size;         // when given
+    double width = 24.0; // its extent in the menu bar when the layout places it
+    std::optional<QStringList> actions = QStringList(); // nothing: the names cannot be read
+    bool positionSettable = false;
+    qint32 settableError = 0; // the settable query's result code; non-zero means it failed
+    QList<SimElement> children;
+};
+
+// A running application as the simulated system knows it.
+struct SimApplication {
+    qint32 pid = 0;
+    std::optional<QString> bundleIdentifier;
+    std::optional<QString> name;
+    double responseDelay = 0.0; // seconds each accessibility request takes to answer
+    bool hasExtrasMenuBar = true;
+    QList<SimElement> items; // the extras menu bar's children, in bar order from the right
+};
+
+// Screen space: origin at the bottom-left of the primary screen, y up.
+struct SimScreen {
+    Rect frame;
+    Rect visibleFrame;
+};
+
+// A shortcut another application already holds, named as the settings record names it.
+struct SimShortcut {
+    QString key;       // "M", "B", "Space"
+    QString modifiers; // "controlOptionCommand", "controlOption", "controlShift"
+
+    friend bool operator==(const SimShortcut&, const SimShortcut&) = default;
+};
+
+// A whole simulated desktop as a scenario file describes it.
+struct SimScenario {
+    // The first is the primary screen; a laptop's built-in display unless a file says otherwise.
+    QList<SimScreen> screens{SimScreen{Rect{0, 0, 1512, 982}, Rect{0, 0, 1512, 958}}};
+    QList<SimApplication> applications; // in launch order, this application's process excluded
+    bool trusted = true;
+    SimFrameworkBehaviour framework;
+    QList<SimShortcut> takenShortcuts;
+    SimLoginItems::Behaviour loginItem;
+    QString operatingSystemVersion = QStringLiteral("Version 27.0 (Build 27A100)");
+    qint32 ownPid = 1;
+    // Tuckaway's status item stands left of this many items of the bar (counted from the
+    // right, hidden ones included) unless the user defaults remember another place.
+    int statusItemPlace = 0;
+};
+
+// Reads scenario files. Scenarios are nested JSON (children are held, not referenced),
+// so a cyclic tree cannot be written; sizes are bounded instead. Every key is optional
+// except an application's "pid"; unknown keys are refused so that a misspelling shows.
+//   { "osVersion": "...", "trusted": true,
+//     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
+//     "tuckaway": {"pid": 900, "place": 3},
+//     "framework": {"present": true, "answer": "success|error|exception|none",
+//                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
+//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
+//     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
+//     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
+//               "extrasMenuBar": true, "items": [element, ...]}] }
+// An element: "role", "title", "description" (absent, or any JSON value: only a string
+// reads as text), "frame" or "position" / "size" (null: the attribute cannot be read),
+// "width" in the bar, "actions", "positionSettable", "settableError", "children".
+namespace SimScenarioLoader {
+
+constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
+constexpr int maximumElements = 100000; // applications and their elements, all together
+constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
+
+// Fails with "<file>: <place>: <reason>", e.g.
+// "scenario.json: apps[3].items[0].frame.width: must not be negative".
+Result<SimScenario> load(const QString& path);
+Result<SimScenario> parse(const QByteArray& json, const QString& fileName);
+
+// The desktop a run without a scenario shows; built into the binary.
+SimScenario builtIn();
+
+} // namespace SimScenarioLoader

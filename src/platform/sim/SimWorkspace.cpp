@@ -1,0 +1,27 @@
+#include "SimWorkspace.h"
+
+#include "core/Identity.h"
+#include "platform/sim/SimDesktop.h"
+
+QList<RunningApplication> SimWorkspace::runningApplications() const
+{
+    QList<RunningApplication> result;
+    for (const SimApplication& app : m_desktop.applications())
+        result.append({app.pid, app.bundleIdentifier, app.name});
+    return result;
+}
+
+qint32 SimWorkspace::currentProcessId() const
+{
+    return m_desktop.ownPid();
+}
+
+std::optional<QString> SimWorkspace::mainBundleIdentifier() const
+{
+    return Identity::bundleIdentifier;
+}
+
+QString SimWorkspace::operatingSystemVersionString() const
+{
+    return m_desktop.operatingSystemVersion();
+}

@@ -1,0 +1,11 @@
+#include "NativeVisibilityBridge.h"
+
+Error NativeVisibilityBridge::error(const QString& description)
+{
+    return Error{errorDomain, 1, description};
+}
+
+Error NativeVisibilityBridge::exceptionError(const QString& name, const QString& reason)
+{
+    return error(QStringLiteral("%1: %2").arg(name, reason));
+}

@@ -1,0 +1,255 @@
+#include "inspection/Workspace.h"
+#include "platform/Platform.h"
+#include "platform/sim/SimDesktop.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class TestSimScenario : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void refusesBadContent_data();
+    void refusesBadContent();
+    void refusesFilesItCannotUse();
+    void boundsElementCountAndDepth();
+    void readsEveryPartOfTheFormat();
+    void builtInDesktopHoldsThePromisedCases();
+    void platformStartsOnTheChosenScenario();
+};
+
+void TestSimScenario::refusesBadContent_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("message");
+    const QByteArray threeApps = R"({"pid": 1}, {"pid": 2}, {"pid": 3}, )";
+    QTest::newRow("not JSON") << QByteArray("{\n  \"apps\": [\n")
+                              << u"line 3, column 1: not valid JSON (unterminated array)"_s;
+    QTest::newRow("infinite number")
+        << QByteArray(R"({"apps": [{"pid": 1, "responseDelay": 1e999}]})")
+        << u"line 1, column 44: not valid JSON (illegal number)"_s;
+    QTest::newRow("not an object") << QByteArray("[]") << u"must hold a JSON object"_s;
+    QTest::newRow("wrong type") << QByteArray(R"({"trusted": "yes"})")
+                                << u"trusted: must be true or false"_s;
+    QTest::newRow("app not object")
+        << QByteArray(R"({"apps": [5]})") << u"apps[0]: must be an object"_s;
+    QTest::newRow("negative frame width")
+        << QByteArray(
+               R"({"apps": [)" + threeApps +
+               R"({"pid": 4, "items": [{"frame": {"x": 0, "y": 0, "width": -3, "height": 24}}]}]})")
+        << u"apps[3].items[0].frame.width: must not be negative"_s;
+    QTest::newRow("negative size height")
+        << QByteArray(
+               R"({"apps": [{"pid": 4, "items": [{}, {"size": {"width": 3, "height": -1}}]}]})")
+        << u"apps[0].items[1].size.height: must not be negative"_s;
+    QTest::newRow("negative bar width")
+        << QByteArray(R"({"apps": [{"pid": 4, "items": [{"width": -30}]}]})")
+        << u"apps[0].items[0].width: must not be negative"_s;
+    QTest::newRow("negative delay") << QByteArray(R"({"apps": [{"pid": 4, "responseDelay": -1}]})")
+                                    << u"apps[0].responseDelay: must not be negative"_s;
+    QTest::newRow("duplicate pid")
+        << QByteArray(R"({"apps": [{"pid": 7}, {"pid": 8}, {"pid": 7}]})")
+        << u"apps[2].pid: 7 is already the pid of apps[0]"_s;
+    QTest::newRow("own pid taken")
+        << QByteArray(R"({"apps": [{"pid": 7}], "tuckaway": {"pid": 7}})")
+        << u"tuckaway.pid: 7 is already the pid of apps[0]"_s;
+    QTest::newRow("fractional pid")
+        << QByteArray(R"({"apps": [{"pid": 1.5}]})")
+        << u"apps[0].pid: must be a whole number from 1 to 2147483647"_s;
+    QTest::newRow("missing pid") << QByteArray(R"({"apps": [{"name": "x"}]})")
+                                 << u"apps[0].pid: is required"_s;
+    QTest::newRow("misspelt key") << QByteArray(
+                                         R"({"apps": [{"pid": 1, "items": [{"titel": "x"}]}]})")
+                                  << u"apps[0].items[0].titel: unknown key"_s;
+    QTest::newRow("frame with position")
+        << QByteArray(R"({"apps": [{"pid": 1, "items": [{"frame": null, "position": null}]}]})")
+        << u"apps[0].items[0].frame: cannot be given together with position or size"_s;
+    QTest::newRow("items without bar")
+        << QByteArray(R"({"apps": [{"pid": 1, "extrasMenuBar": false, "items": [{}]}]})")
+        << u"apps[0].items: must be empty for an application without extras menu bar"_s;
+    QTest::newRow("no screen") << QByteArray(R"({"screens": []})")
+                               << u"screens: must hold at least one screen"_s;
+    QTest::newRow("flat screen")
+        << QByteArray(R"({"screens": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 0}}]})")
+        << u"screens[0].frame.height: must be greater than 0"_s;
+    QTest::newRow("screen without x")
+        << QByteArray(R"({"screens": [{"frame": {"y": 0, "width": 8, "height": 8}}]})")
+        << u"screens[0].frame.x: is required"_s;
+    QTest::newRow("framework answer")
+        << QByteArray(R"({"framework": {"answer": "maybe"}})")
+        << u"framework.answer: must be one of success, error, exception, none"_s;
+    QTest::newRow("shortcut key")
+        << QByteArray(R"({"takenShortcuts": [{"key": "Q", "modifiers": "controlShift"}]})")
+        << u"takenShortcuts[0].key: must be one of M, B, Space"_s;
+    QTest::newRow("login error type") << QByteArray(R"({"loginItem": {"registerError": 3}})")
+                                      << u"loginItem.registerError: must be a string or null"_s;
+    QTest::newRow("negative place")
+        << QByteArray(R"({"tuckaway": {"place": -1}})")
+        << u"tuckaway.place: must be a whole number from 0 to 2147483647"_s;
+}
+
+void TestSimScenario::refusesBadContent()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QString, message);
+    const auto result = SimScenarioLoader::parse(json, u"scenario.json"_s);
+    QVERIFY(!result);
+    QCOMPARE(result.error().description, u"scenario.json: "_s + message);
+}
+
+void TestSimScenario::refusesFilesItCannotUse()
+{
+    QTemporaryDir dir;
+    const QString missing = dir.filePath(u"missing.json"_s);
+    auto result = SimScenarioLoader::load(missing);
+    QVERIFY(!result);
+    QCOMPARE(result.error().description,
+             missing + u": cannot be read (No such file or directory)"_s);
+
+    const QString large = dir.filePath(u"large.json"_s);
+    QFile file(large);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(SimScenarioLoader::maximumFileBytes + 1, ' '));
+    file.close();
+    result = SimScenarioLoader::load(large);
+    QVERIFY(!result);
+    QCOMPARE(result.error().description, large + u": is larger than 16 MiB"_s);
+
+    result = SimScenarioLoader::load(dir.path());
+    QVERIFY(!result);
+    QVERIFY(result.error().description.startsWith(dir.path() + u": "_s));
+}
+
+void TestSimScenario::boundsElementCountAndDepth()
+{
+    QByteArray many = R"({"apps": [{"pid": 1, "items": [)";
+    for (int i = 0; i < 1000000; ++i)
+        many += i ? ",{}" : "{}";
+    many += "]}]}";
+    auto result = SimScenarioLoader::parse(many, u"scenario.json"_s);
+    QVERIFY(!result);
+    QCOMPARE(result.error().description,
+             u"scenario.json: apps[0].items[99999]: more than 100000 elements in the file"_s);
+
+    QByteArray deep = R"({"apps": [{"pid": 1, "items": [)";
+    for (int i = 0; i < 70; ++i)
+        deep += R"({"children": [)";
+    deep += QByteArray(70, ' ').replace(' ', "]}") + "]}]}";
+    result = SimScenarioLoader::parse(deep, u"scenario.json"_s);
+    QVERIFY(!result);
+    QVERIFY2(result.error().description.endsWith(u".children: nested deeper than 64 levels"_s),
+             qPrintable(result.error().description));
+}
+
+void TestSimScenario::readsEveryPartOfTheFormat()
+{
+    const QByteArray json = R"json({
+        "osVersion": "Version 26.1 (Build 26B50)", "trusted": false,
+        "screens": [{"frame": {"x": 0, "y": 0, "width": 1000, "height": 700}}],
+        "tuckaway": {"pid": 99, "place": 1},
+        "framework": {"present": true, "answer": "exception", "exceptionName": "NSInvalidArgumentException",
+                      "exceptionReason": "bad list", "delay": 0.5},
+        "takenShortcuts": [{"key": "Space", "modifiers": "controlOption"}],
+        "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted"},
+        "apps": [{"pid": 5, "bundle": "com.example.a", "responseDelay": 0.25, "items": [
+            {"role": 7, "title": null, "description": "D", "frame": null, "actions": ["AXPress", 1]},
+            {"position": {"x": 3, "y": 4}, "size": null, "settableError": -25205, "positionSettable": true,
+             "children": [{"role": "AXButton"}]}]}]
+    })json";
+    const auto result = SimScenarioLoader::parse(json, u"scenario.json"_s);
+    QVERIFY2(result, qPrintable(result ? QString() : result.error().description));
+    const SimScenario& s = *result;
+    QCOMPARE(s.operatingSystemVersion, u"Version 26.1 (Build 26B50)"_s);
+    QVERIFY(!s.trusted);
+    QCOMPARE(s.screens.first().visibleFrame, (Rect{0, 0, 1000, 676}));
+    QCOMPARE(s.ownPid, 99);
+    QCOMPARE(s.statusItemPlace, 1);
+    QCOMPARE(s.framework.answer, SimFrameworkBehaviour::Answer::Exception);
+    QCOMPARE(s.framework.exceptionReason, u"bad list"_s);
+    QCOMPARE(s.framework.delaySeconds, 0.5);
+    QCOMPARE(s.takenShortcuts, (QList<SimShortcut>{{u"Space"_s, u"controlOption"_s}}));
+    QVERIFY(s.loginItem.requiresApproval);
+    QCOMPARE(s.loginItem.registerFailure->description, u"Operation not permitted"_s);
+    QVERIFY(!s.loginItem.unregisterFailure);
+
+    const SimApplication& app = s.applications.first();
+    QVERIFY(!app.name);
+    QCOMPARE(app.responseDelay, 0.25);
+    const SimElement& first = app.items.at(0);
+    QCOMPARE(first.role.kind, SimText::Kind::OtherType);
+    QCOMPARE(first.title.kind, SimText::Kind::Absent);
+    QCOMPARE(first.description.string, u"D"_s);
+    QCOMPARE(first.positionSource, SimElement::Source::Missing);
+    QCOMPARE(first.sizeSource, SimElement::Source::Missing);
+    QVERIFY(!first.actions);
+    const SimElement& second = app.items.at(1);
+    QCOMPARE(second.positionSource, SimElement::Source::Given);
+    QCOMPARE(second.position, QPointF(3, 4));
+    QCOMPARE(second.sizeSource, SimElement::Source::Missing);
+    QCOMPARE(second.settableError, -25205);
+    QCOMPARE(second.children.first().role.string, u"AXButton"_s);
+}
+
+void TestSimScenario::builtInDesktopHoldsThePromisedCases()
+{
+    const SimScenario s = SimScenarioLoader::builtIn();
+    QCOMPARE(s.screens.size(), 2);
+    QCOMPARE(s.screens.first().frame, (Rect{0, 0, 1512, 982}));
+    int thirdParty = 0;
+    bool withoutBundle = false, withoutBar = false, slow = false, nestedButton = false;
+    QSet<QString> bundles;
+    for (const SimApplication& app : s.applications) {
+        bundles.insert(app.bundleIdentifier.value_or(QString()));
+        thirdParty += !app.bundleIdentifier.value_or(QString()).startsWith(u"com.apple."_s);
+        withoutBundle |= !app.bundleIdentifier;
+        withoutBar |= !app.hasExtrasMenuBar;
+        slow |= app.responseDelay > 0.08;
+        for (const SimElement& item : app.items) {
+            for (const SimElement& child : item.children)
+                nestedButton |= child.role.string == u"AXButton"_s;
+        }
+    }
+    QCOMPARE(thirdParty, 12);
+    QVERIFY(withoutBundle && withoutBar && slow && nestedButton);
+    for (const char* apple : {"com.apple.controlcenter", "com.apple.Spotlight", "com.apple.Siri",
+                              "com.apple.TextInputMenuAgent"})
+        QVERIFY(bundles.contains(QString::fromLatin1(apple)));
+
+    // One application's items stand on both sides of Tuckaway's.
+    SimDesktop desktop(s);
+    const Rect own = *desktop.statusItemFrame();
+    QHash<qint32, QPair<bool, bool>> sides;
+    for (const SimDesktop::BarItem& item : desktop.visibleMenuBarItems()) {
+        if (item.own)
+            continue;
+        (item.frame.maxX() <= own.minX() ? sides[item.pid].first : sides[item.pid].second) = true;
+    }
+    QVERIFY(std::any_of(sides.cbegin(), sides.cend(),
+                        [](const auto& side) { return side.first && side.second; }));
+}
+
+void TestSimScenario::platformStartsOnTheChosenScenario()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"desk.json"_s);
+    const auto refused = createPlatform({path});
+    QVERIFY(!refused.platform);
+    QCOMPARE(refused.error, path + u": cannot be read (No such file or directory)"_s);
+
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(R"({"apps": [{"pid": 31, "bundle": "com.example.only"}], "tuckaway": {"pid": 32}})");
+    file.close();
+    const auto created = createPlatform({path});
+    QVERIFY2(created.platform, qPrintable(created.error));
+    const auto running = created.platform->workspace().runningApplications();
+    QCOMPARE(running.size(), 2);
+    QCOMPARE(running.first().bundleIdentifier, u"com.example.only"_s);
+    QCOMPARE(created.platform->workspace().currentProcessId(), 32);
+}
+
+QTEST_MAIN(TestSimScenario)
+#include "tst_simscenario.moc"
