@@ -15,13 +15,7 @@ int main(int argc, char** argv)
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     const CommandLine commandLine = CommandLine::parse(arguments);
-    if (!commandLine.diagnosticReportPath) {
-        std::fputs("Tuckaway: the application shell is not built yet; "
-                   "run with --diagnostic-report PATH for the scan report.\n",
-                   stdout);
-        return 0;
-    }
-    // The diagnostic run shows nothing, so it needs no display.
+    // Nothing here shows a window yet, so no display is needed.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
     QFile errors;
@@ -35,6 +29,23 @@ int main(int argc, char** argv)
     Platform& platform = *created.platform;
     Inspector inspector(platform.accessibility(), platform.workspace(), platform.time());
     int exitCode = 0;
+    if (!commandLine.diagnosticReportPath) {
+        // Until the application shell exists, a plain run shows what Tuckaway sees.
+        inspector.scan([&] {
+            const QString text =
+                DiagnosticRun::text(inspector.report(), platform.visibilityBridge().isAvailable());
+            std::fputs((text + QStringLiteral("\n\nTuckaway: the menu-bar application "
+                                                        "itself is not built yet; this was a scan "
+                                                        "of the simulated desktop.\n"))
+                           .toUtf8()
+                           .constData(),
+                       stdout);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                      Qt::QueuedConnection);
+        });
+        application.exec();
+        return 0;
+    }
     DiagnosticRun::start(
         inspector, *commandLine.diagnosticReportPath,
         [&platform] { return platform.visibilityBridge().isAvailable(); }, errors,
