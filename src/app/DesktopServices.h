@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+class QImage;
 class QWidget;
 class StatusItem;
 
@@ -55,6 +56,8 @@ public:
 
     // Where the application lives: its bundle, or its program file where there is none.
     virtual QString applicationPath() const = 0;
+    // The icon the bundle ships, `pixelSize` pixels square; null when there is none.
+    virtual QImage bundleIcon(int pixelSize) const = 0;
 
 Q_SIGNALS:
     void applicationLaunched();

@@ -10,6 +10,7 @@ class FilePanels;
 class HotKeyService;
 class LoginItemService;
 class NativeVisibilityBridge;
+class PrivacySettings;
 class TimeSource;
 class UserDefaults;
 class Workspace;
@@ -30,6 +31,7 @@ public:
     virtual Workspace& workspace() = 0;
     virtual NativeVisibilityBridge& visibilityBridge() = 0;
     virtual DesktopServices& desktopServices() = 0;
+    virtual PrivacySettings& privacySettings() = 0;
 };
 
 // Start-up choices that reach the platform. `scenarioPath` names a simulated desktop

@@ -45,9 +45,6 @@ void TestCommandLine::parse_data()
     QTest::newRow("the next argument is the value, even a switch")
         << args({"--diagnostic-report", "--settings"}) << p("--settings") << false << Path() << true
         << Path();
-    QTest::newRow("repeated switch: the second one is the value")
-        << args({"--ui-report", "--ui-report", "x"}) << Path() << true << p("--ui-report") << false
-        << Path();
     QTest::newRow("ui report last")
         << args({"--ui-report"}) << Path() << true << Path() << false << Path();
     QTest::newRow("every switch") << args({"--scenario", "desk.json", "--settings", "--ui-report",

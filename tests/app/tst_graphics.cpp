@@ -150,7 +150,6 @@ void TestGraphics::glyphInkFollowsGeometry_data()
     QTest::addColumn<QPointF>("point"); // in points, origin at the bottom-left corner
     QTest::addColumn<bool>("inked");
     QTest::newRow("three: dot at 5") << chevron << false << QPointF(5, 9) << true;
-    QTest::newRow("three: dot at 19") << chevron << false << QPointF(19, 9) << true;
     QTest::newRow("three: gap") << chevron << false << QPointF(8.5, 9) << false;
     QTest::newRow("three: above a dot") << dots << true << QPointF(12, 11.5) << false;
     QTest::newRow("single: dot at 12") << single << true << QPointF(12, 9) << true;
@@ -158,10 +157,8 @@ void TestGraphics::glyphInkFollowsGeometry_data()
     QTest::newRow("chevron: round tip") << chevron << true << QPointF(2.5, 9) << true;
     QTest::newRow("chevron: left of tip") << chevron << true << QPointF(1.5, 9) << false;
     QTest::newRow("chevron: upper arm") << chevron << true << QPointF(5, 11) << true;
-    QTest::newRow("chevron: lower end") << chevron << true << QPointF(7, 5) << true;
     QTest::newRow("chevron: open inside") << chevron << true << QPointF(6, 9) << false;
     QTest::newRow("chevron: dot at 13") << chevron << true << QPointF(13, 9) << true;
-    QTest::newRow("chevron: dot at 20") << chevron << true << QPointF(20, 9) << true;
     QTest::newRow("chevron: nothing at 10") << chevron << true << QPointF(10, 9) << false;
 }
 

@@ -136,7 +136,7 @@ void TestDiagnosticRun::backendIsAskedAfterTheScan()
             return false;
         },
         errors, [&](bool ok) { written = ok; });
-    QVERIFY(!scanningWhenAsked);
+    QVERIFY(!scanningWhenAsked); // not before the scan has even started
     QTRY_VERIFY(written.has_value());
     QCOMPARE(scanningWhenAsked, std::optional<bool>(false));
 }
@@ -157,9 +157,8 @@ void TestDiagnosticRun::unwritablePathGivesTheFailureLine()
     QCOMPARE(outcome.written, std::optional<bool>(false));
     const QString line = QString::fromUtf8(outcome.errors);
     QVERIFY2(line.startsWith(QStringLiteral("Error al guardar diagnóstico: ")), qPrintable(line));
-    QVERIFY(line.endsWith(QLatin1Char('\n')));
     QVERIFY2(line.size() > DiagnosticRun::failurePrefix.size() + 1, "the reason is missing");
-    QCOMPARE(line.count(QLatin1Char('\n')), 1);
+    QCOMPARE(line.indexOf(QLatin1Char('\n')), line.size() - 1);
 }
 
 void TestDiagnosticRun::commandLineRunWritesTheFileAndQuits()

@@ -19,11 +19,10 @@ using FakeElementPtr = std::shared_ptr<FakeElement>;
 
 namespace fake {
 
-inline AXAttribute string(const QString& value)
+inline AXAttribute of(AXAttribute::Kind kind)
 {
     AXAttribute a;
-    a.kind = AXAttribute::Kind::String;
-    a.string = value;
+    a.kind = kind;
     return a;
 }
 
@@ -36,39 +35,40 @@ inline AXAttribute failed(qint32 error)
 
 inline AXAttribute other()
 {
-    AXAttribute a;
-    a.kind = AXAttribute::Kind::Other;
+    return of(AXAttribute::Kind::Other);
+}
+
+inline AXAttribute string(const QString& value)
+{
+    AXAttribute a = of(AXAttribute::Kind::String);
+    a.string = value;
     return a;
 }
 
 inline AXAttribute element(AXElementRef value)
 {
-    AXAttribute a;
-    a.kind = AXAttribute::Kind::Element;
+    AXAttribute a = of(AXAttribute::Kind::Element);
     a.element = std::move(value);
     return a;
 }
 
 inline AXAttribute point(double x, double y)
 {
-    AXAttribute a;
-    a.kind = AXAttribute::Kind::PointValue;
+    AXAttribute a = of(AXAttribute::Kind::PointValue);
     a.point = QPointF(x, y);
     return a;
 }
 
 inline AXAttribute size(double width, double height)
 {
-    AXAttribute a;
-    a.kind = AXAttribute::Kind::SizeValue;
+    AXAttribute a = of(AXAttribute::Kind::SizeValue);
     a.size = QSizeF(width, height);
     return a;
 }
 
 inline void setChildren(const FakeElementPtr& parent, const QList<FakeElementPtr>& children)
 {
-    AXAttribute a;
-    a.kind = AXAttribute::Kind::ElementList;
+    AXAttribute a = of(AXAttribute::Kind::ElementList);
     for (const FakeElementPtr& child : children)
         a.elements << child;
     parent->attributes.insert(QStringLiteral("AXChildren"), a);

@@ -57,8 +57,7 @@ private Q_SLOTS:
         ax = std::make_unique<FakeAccessibility>();
         vtime = std::make_unique<VirtualTimeSource>();
     }
-    void emptyListGivesFourLines();
-    void dateIsUtcWithoutFraction();
+    void emptyListGivesFourLinesDatedInUtc();
     void knownDesktopGivesExactReportAndItems();
     void titleFallbacks_data();
     void titleFallbacks();
@@ -68,8 +67,7 @@ private Q_SLOTS:
     void frameNeedsPointAndSizeValues();
     void elementLimitPerApplication_data();
     void elementLimitPerApplication();
-    void levelTwoVisitedLevelThreeNever();
-    void depthFirstParentBeforeChildren();
+    void depthFirstToLevelTwoOnly();
     void unreadableChildrenEndTheBranch_data();
     void unreadableChildrenEndTheBranch();
     void equalIdsAreKept();
@@ -82,23 +80,17 @@ private Q_SLOTS:
     void actionListEscapes();
 };
 
-void TestAXScanner::emptyListGivesFourLines()
-{
-    const ScanResult result = scan({});
-    QVERIFY(result.items.isEmpty());
-    const QStringList lines = result.report.split(QLatin1Char('\n'));
-    QCOMPARE(lines, (QStringList{QStringLiteral("Fecha: 2026-01-01T09:00:00Z"),
-                                 QStringLiteral("macOS ") + osVersion,
-                                 QStringLiteral("Accessibility autorizado: sí"),
-                                 QStringLiteral("Detectados: 0") + closingTail}));
-}
-
-void TestAXScanner::dateIsUtcWithoutFraction()
+void TestAXScanner::emptyListGivesFourLinesDatedInUtc()
 {
     VirtualTimeSource zoned(QDateTime(QDate(2026, 3, 1), QTime(10, 30, 0), QTimeZone(3600)));
     zoned.advance(0.75);
     const ScanResult result = AXScanner::scan({}, ScanEnvironment{*ax, zoned, osVersion});
-    QVERIFY(result.report.startsWith(QStringLiteral("Fecha: 2026-03-01T09:30:00Z\n")));
+    QVERIFY(result.items.isEmpty());
+    QCOMPARE(result.report.split(QLatin1Char('\n')),
+             (QStringList{QStringLiteral("Fecha: 2026-03-01T09:30:00Z"),
+                          QStringLiteral("macOS ") + osVersion,
+                          QStringLiteral("Accessibility autorizado: sí"),
+                          QStringLiteral("Detectados: 0") + closingTail}));
 }
 
 void TestAXScanner::knownDesktopGivesExactReportAndItems()
@@ -145,17 +137,10 @@ void TestAXScanner::knownDesktopGivesExactReportAndItems()
                           QStringLiteral("202:extras.0:Wi-Fi"),
                           QStringLiteral("com.example.nested:extras.0.0:Botón \"uno\""),
                           QStringLiteral("com.example.nested:extras.1:Menú")}));
-    const ExternalItem& first = result.items[0];
-    QCOMPARE(first.bundleID, std::optional<QString>(QStringLiteral("com.example.clock")));
-    QCOMPARE(first.app, QStringLiteral("Reloj"));
-    QCOMPARE(first.frame, std::optional<Rect>(Rect{1200, 0, 60, 24}));
-    QVERIFY(first.positionWritable);
-    QCOMPARE(first.element.get(), clock.get());
+    // The report is made from the items, so only what it does not show is checked on them.
+    QCOMPARE(result.items[0].bundleID, std::optional<QString>(QStringLiteral("com.example.clock")));
+    QCOMPARE(result.items[0].element.get(), clock.get());
     QVERIFY(!result.items[1].bundleID);
-    QCOMPARE(result.items[1].app, QStringLiteral("App"));
-    QVERIFY(!result.items[1].positionWritable);
-    QVERIFY(result.items[2].actions.isEmpty());
-    QVERIFY(!result.items[3].frame);
     QCOMPARE(ax->timeouts(), (QList<double>{0.08, 0.08, 0.08, 0.08}));
 }
 
@@ -171,14 +156,11 @@ void TestAXScanner::titleFallbacks_data()
     QTest::newRow("title") << s("Batería") << s("ignored") << QStringLiteral("Batería");
     QTest::newRow("empty title, description") << s("") << s("Wi-Fi") << QStringLiteral("Wi-Fi");
     QTest::newRow("empty title, empty description") << s("") << s("") << QString();
-    QTest::newRow("no title, empty description") << none << s("") << QString();
     QTest::newRow("neither") << none << none << QStringLiteral("Icono sin etiqueta");
     QTest::newRow("empty title, no description")
         << s("") << none << QStringLiteral("Icono sin etiqueta");
     QTest::newRow("title not a string")
         << std::optional<AXAttribute>(fake::other()) << s("Sonido") << QStringLiteral("Sonido");
-    QTest::newRow("description not a string") << none << std::optional<AXAttribute>(fake::other())
-                                              << QStringLiteral("Icono sin etiqueta");
 }
 
 void TestAXScanner::titleFallbacks()
@@ -271,10 +253,8 @@ void TestAXScanner::elementLimitPerApplication_data()
     QTest::addColumn<int>("children");
     QTest::addColumn<int>("recorded");
     // The extras menu bar is the first of the 60 elements.
-    QTest::newRow("58 children") << 58 << 58;
     QTest::newRow("59 children: 60 elements") << 59 << 59;
     QTest::newRow("60 children: the 61st element is not visited") << 60 << 59;
-    QTest::newRow("100 children") << 100 << 59;
 }
 
 void TestAXScanner::elementLimitPerApplication()
@@ -293,29 +273,18 @@ void TestAXScanner::elementLimitPerApplication()
         QCOMPARE(ax->reads(first[recorded], QStringLiteral("AXRole")), 0);
 }
 
-void TestAXScanner::levelTwoVisitedLevelThreeNever()
+void TestAXScanner::depthFirstToLevelTwoOnly()
 {
-    auto level3 = item(QStringLiteral("three"));
-    auto level2 = item(QStringLiteral("two"), {level3});
-    auto level1 = item(QStringLiteral("one"), {level2});
-    ax->addApplication(5, fake::extras({level1}));
-
-    const ScanResult result = scan({app(5, QStringLiteral("b"))});
-    QCOMPARE(ids(result),
-             (QStringList{QStringLiteral("b:extras.0:one"), QStringLiteral("b:extras.0.0:two")}));
-    QCOMPARE(ax->reads(level3, QStringLiteral("AXRole")), 0);
-}
-
-void TestAXScanner::depthFirstParentBeforeChildren()
-{
-    ax->addApplication(9, fake::extras({item(QStringLiteral("a"), {item(QStringLiteral("a0")),
-                                                                   item(QStringLiteral("a1"))}),
-                                        item(QStringLiteral("b"), {item(QStringLiteral("b0"))})}));
+    auto level3 = item(QStringLiteral("a00"));
+    ax->addApplication(
+        9, fake::extras({item(QStringLiteral("a"),
+                              {item(QStringLiteral("a0"), {level3}), item(QStringLiteral("a1"))}),
+                         item(QStringLiteral("b"))}));
     const ScanResult result = scan({app(9, QStringLiteral("d"))});
     QCOMPARE(ids(result),
              (QStringList{QStringLiteral("d:extras.0:a"), QStringLiteral("d:extras.0.0:a0"),
-                          QStringLiteral("d:extras.0.1:a1"), QStringLiteral("d:extras.1:b"),
-                          QStringLiteral("d:extras.1.0:b0")}));
+                          QStringLiteral("d:extras.0.1:a1"), QStringLiteral("d:extras.1:b")}));
+    QCOMPARE(ax->reads(level3, QStringLiteral("AXRole")), 0);
 }
 
 void TestAXScanner::unreadableChildrenEndTheBranch_data()
@@ -357,7 +326,6 @@ void TestAXScanner::deadlineBetweenApplications_data()
     QTest::addColumn<bool>("secondScanned");
     QTest::newRow("just before the deadline") << 11.999 << true;
     QTest::newRow("at the deadline") << 12.0 << false;
-    QTest::newRow("past the deadline") << 12.5 << false;
 }
 
 void TestAXScanner::deadlineBetweenApplications()
@@ -439,9 +407,6 @@ void TestAXScanner::actionListEscapes_data()
 {
     QTest::addColumn<QStringList>("actions");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("empty") << QStringList{} << QStringLiteral("[]");
-    QTest::newRow("two") << QStringList{QStringLiteral("AXPress"), QStringLiteral("AXShowMenu")}
-                         << QStringLiteral("[\"AXPress\", \"AXShowMenu\"]");
     QTest::newRow("quote and backslash") << QStringList{QStringLiteral("say \"hi\"\\")}
                                          << QStringLiteral("[\"say \\\"hi\\\"\\\\\"]");
     QTest::newRow("control characters") << QStringList{QStringLiteral("a\nb\tc") + QChar(0x1b)}

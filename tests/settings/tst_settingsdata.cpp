@@ -86,7 +86,6 @@ private Q_SLOTS:
     void decodingAcceptsIntegralNumbers_data();
     void decodingAcceptsIntegralNumbers();
     void decodingSkipsOptionalAndUnknownKeysAndDoesNotValidate();
-    void exportedThenImportedEqualsValidatedOriginal();
     void hostileInputIsRejectedOrDecoded();
 };
 
@@ -104,10 +103,8 @@ void TestSettingsData::validationRules_data()
     QTest::newRow("mode manual") << with([](auto& r) { r.mode = u"manual"_s; }) << true;
     QTest::newRow("mode capitalised") << with([](auto& r) { r.mode = u"Boundary"_s; }) << false;
     QTest::newRow("symbol dots") << with([](auto& r) { r.symbol = u"dots"_s; }) << true;
-    QTest::newRow("symbol single") << with([](auto& r) { r.symbol = u"single"_s; }) << true;
     QTest::newRow("symbol unknown") << with([](auto& r) { r.symbol = u"chevron"_s; }) << false;
 
-    QTest::newRow("hotkey default") << with([](auto& r) { r.hotkey = HotKeySettings(); }) << true;
     QTest::newRow("hotkey other names") << with([](auto& r) {
         r.hotkey = HotKeySettings{false, u"Space"_s, u"controlShift"_s, u"showAll"_s};
     }) << true;
@@ -141,9 +138,6 @@ void TestSettingsData::validationRules_data()
         << with([](auto& r) { r.selected = {decomposedE.repeated(2049)}; }) << false;
     QTest::newRow("2048 astral") << with([](auto& r) { r.selected = {emoji.repeated(2048)}; })
                                  << true;
-    QTest::newRow("empty hidden entry") << with([](auto& r) {
-        r.hiddenBundles = {u"a"_s, QString()};
-    }) << false;
     QTest::newRow("empty selected entry") << with([](auto& r) {
         r.selected = {QString(), u"a"_s};
     }) << false;
@@ -300,7 +294,6 @@ void TestSettingsData::decodingFailures_data()
         << defaultObjectWith(u"delay"_s, u"10"_s) << notA("delay", "an integer");
     QTest::newRow("delay fractional")
         << defaultWithDelayLiteral("10.5") << notA("delay", "an integer");
-    QTest::newRow("delay huge") << defaultWithDelayLiteral("1e300") << notA("delay", "an integer");
     QTest::newRow("delay 2^63") << defaultWithDelayLiteral("9223372036854775808")
                                 << notA("delay", "an integer");
     QTest::newRow("compact as number")
@@ -375,35 +368,17 @@ void TestSettingsData::decodingAcceptsIntegralNumbers()
 
 void TestSettingsData::decodingSkipsOptionalAndUnknownKeysAndDoesNotValidate()
 {
-    const auto hotkeyNull = SettingsData::decoded(defaultObjectWith(u"hotkey"_s, QJsonValue::Null));
-    QVERIFY(hotkeyNull.ok());
-    QCOMPARE(hotkeyNull.value(), SettingsData());
-
-    const auto unknown = SettingsData::decoded(defaultObjectWith(u"theme"_s, QJsonObject()));
-    QVERIFY(unknown.ok());
-    QCOMPARE(unknown.value(), SettingsData());
+    for (const auto& [key, value] : {std::pair(u"hotkey"_s, QJsonValue(QJsonValue::Null)),
+                                     std::pair(u"theme"_s, QJsonValue(QJsonObject()))}) {
+        const auto decoded = SettingsData::decoded(defaultObjectWith(key, value));
+        QVERIFY(decoded.ok());
+        QCOMPARE(decoded.value(), SettingsData());
+    }
 
     const auto unvalidated = SettingsData::decoded(defaultObjectWith(u"version"_s, 2));
     QVERIFY(unvalidated.ok());
     QCOMPARE(unvalidated->version, 2);
     QVERIFY(!unvalidated->validated().ok());
-}
-
-void TestSettingsData::exportedThenImportedEqualsValidatedOriginal()
-{
-    SettingsData original;
-    original.mode = u"manual"_s;
-    original.hiddenBundles = {u"com.b"_s, emoji, u"com.a"_s, u"com.b"_s, fullwidthA};
-    original.selected = {u"y"_s, u"x"_s, u"y"_s};
-    original.hotkey = HotKeySettings{true, u"B"_s, u"controlOption"_s, u"showAll"_s};
-    const auto expected = original.validated();
-    QVERIFY(expected.ok());
-
-    const auto imported = SettingsData::decoded(original.encoded(SettingsData::Form::Exported));
-    QVERIFY(imported.ok());
-    const auto validated = imported->validated();
-    QVERIFY(validated.ok());
-    QCOMPARE(validated.value(), expected.value());
 }
 
 void TestSettingsData::hostileInputIsRejectedOrDecoded()

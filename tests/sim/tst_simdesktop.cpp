@@ -227,14 +227,12 @@ void TestSimDesktop::itemsAnswerFromTheirTree()
 
     const AXElementRef odd = extrasItem(ax, 22, 0);
     QCOMPARE(ax.attribute(odd, u"AXRole"_s).kind, AXAttribute::Kind::Other);
-    QCOMPARE(ax.attribute(odd, u"AXTitle"_s).kind, AXAttribute::Kind::Other);
     QCOMPARE(ax.attribute(odd, u"AXDescription"_s).error, AXResult::noValue);
     QCOMPARE(ax.attribute(odd, u"AXPosition"_s).error, AXResult::noValue);
     QCOMPARE(ax.attribute(odd, u"AXSize"_s).size, std::optional<QSizeF>(QSizeF(24, 24)));
     QCOMPARE(ax.attribute(odd, u"AXFrame"_s).error, AXResult::attributeUnsupported);
     QVERIFY(!ax.actionNames(odd));
     QCOMPARE(ax.isAttributeSettable(odd, u"AXPosition"_s).error, -25205);
-    QVERIFY(!ax.isAttributeSettable(odd, u"AXPosition"_s).settable);
 
     const AXElementRef sizeless = extrasItem(ax, 22, 1);
     const AXAttribute position = ax.attribute(sizeless, u"AXPosition"_s);
@@ -256,9 +254,8 @@ void TestSimDesktop::itemsAnswerFromTheirTree()
     QCOMPARE(ax.attribute(sized, u"AXSize"_s).size, std::optional<QSizeF>(QSizeF(5, 6)));
     QCOMPARE(ax.attribute(sized, u"AXChildren"_s).elements.size(), 0);
 
-    const AXAttribute noBar = ax.attribute(ax.applicationElement(23), u"AXExtrasMenuBar"_s);
-    QCOMPARE(noBar.error, AXResult::noValue);
-    QCOMPARE(noBar.kind, AXAttribute::Kind::Nothing);
+    QCOMPARE(ax.attribute(ax.applicationElement(23), u"AXExtrasMenuBar"_s).error,
+             AXResult::noValue);
 }
 
 void TestSimDesktop::unreachableProcessesFailAtOnce()
@@ -312,7 +309,6 @@ void TestSimDesktop::trustAndItsPrompt()
     desktop.setTrusted(true);
     QVERIFY(ax.promptForTrust());
     QCOMPARE(prompts.size(), 1);
-    QCOMPARE(desktop.trustPromptCount(), 1);
 }
 
 void TestSimDesktop::readsOnAnotherThreadWhileTheBarChanges()
@@ -349,8 +345,6 @@ void TestSimDesktop::workspaceListsApplicationsInLaunchOrder()
     QCOMPARE(tool.localizedName, u"tool"_s);
     QCOMPARE(workspace.runningApplications().last().bundleIdentifier, Identity::bundleIdentifier);
     QCOMPARE(workspace.currentProcessId(), 50);
-    QCOMPARE(workspace.mainBundleIdentifier(), Identity::bundleIdentifier);
-    QCOMPARE(workspace.operatingSystemVersionString(), u"Version 27.0 (Build 27A100)"_s);
 }
 
 QTEST_GUILESS_MAIN(TestSimDesktop)

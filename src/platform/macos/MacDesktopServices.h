@@ -21,6 +21,7 @@ public:
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
     QString applicationPath() const override;
+    QImage bundleIcon(int pixelSize) const override;
 
 private:
     struct Private;

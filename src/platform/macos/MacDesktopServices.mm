@@ -1,5 +1,6 @@
 #include "MacDesktopServices.h"
 
+#include "platform/macos/MacAppIcon.h"
 #include "platform/macos/MacStatusItem.h"
 
 #import <AppKit/AppKit.h>
@@ -173,4 +174,9 @@ void MacDesktopServices::setWindowFrameOrigin(QWidget& window, const QPointF& or
 QString MacDesktopServices::applicationPath() const
 {
     return QString::fromNSString(NSBundle.mainBundle.bundlePath);
+}
+
+QImage MacDesktopServices::bundleIcon(int pixelSize) const
+{
+    return MacAppIcon::bundleIcon(pixelSize);
 }

@@ -17,6 +17,7 @@ public:
     DesktopServices& desktopServices() override;
     Accessibility& accessibility() override;
     Workspace& workspace() override;
+    PrivacySettings& privacySettings() override;
 
 private:
     struct Private;

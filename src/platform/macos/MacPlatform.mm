@@ -6,6 +6,7 @@
 #include "platform/macos/MacDesktopServices.h"
 #include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacLoginItems.h"
+#include "platform/macos/MacPrivacySettings.h"
 #include "platform/macos/MacVisibilityBridge.h"
 #include "platform/macos/MacWorkspace.h"
 #include "platform/qt/QtFilePanels.h"
@@ -20,6 +21,7 @@ struct MacPlatform::Private {
     MacDesktopServices desktop;
     MacAccessibility accessibility;
     MacWorkspace workspace;
+    MacPrivacySettings privacySettings;
 };
 
 MacPlatform::MacPlatform() : d(std::make_unique<Private>()) {}
@@ -69,6 +71,11 @@ Workspace& MacPlatform::workspace()
 DesktopServices& MacPlatform::desktopServices()
 {
     return d->desktop;
+}
+
+PrivacySettings& MacPlatform::privacySettings()
+{
+    return d->privacySettings;
 }
 
 PlatformOrError createPlatform(const PlatformOptions&)

@@ -4,6 +4,7 @@
 #include "platform/sim/SimStatusItem.h"
 
 #include <QCoreApplication>
+#include <QImage>
 #include <QWidget>
 
 SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
@@ -72,4 +73,10 @@ void SimDesktopServices::setWindowFrameOrigin(QWidget& window, const QPointF& or
 QString SimDesktopServices::applicationPath() const
 {
     return QCoreApplication::applicationFilePath();
+}
+
+// The simulated application is no bundle: the drawn icon serves.
+QImage SimDesktopServices::bundleIcon(int) const
+{
+    return {};
 }

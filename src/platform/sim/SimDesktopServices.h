@@ -29,6 +29,7 @@ public:
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
     QString applicationPath() const override;
+    QImage bundleIcon(int pixelSize) const override;
 
     // What the person and the system do.
     void setPointerPosition(const QPointF& position) { m_pointer = position; }

@@ -7,6 +7,7 @@
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimHotKeyService.h"
 #include "platform/sim/SimLoginItems.h"
+#include "platform/sim/SimPrivacySettings.h"
 #include "platform/sim/SimVisibilityFramework.h"
 #include "platform/sim/SimWorkspace.h"
 #include "platform/sim/VirtualTime.h"
@@ -30,6 +31,7 @@ SimPlatform::SimPlatform(Services services, SimScenario scenario) : m_services(s
     m_workspace = std::make_unique<SimWorkspace>(*m_desktop);
     m_visibility = std::make_unique<SimVisibilityFramework>(*m_desktop, *m_services.time);
     m_desktopServices = std::make_unique<SimDesktopServices>(*m_desktop);
+    m_privacySettings = std::make_unique<SimPrivacySettings>(*m_desktop);
 }
 
 SimPlatform::~SimPlatform() = default;
@@ -92,4 +94,9 @@ NativeVisibilityBridge& SimPlatform::visibilityBridge()
 DesktopServices& SimPlatform::desktopServices()
 {
     return *m_desktopServices;
+}
+
+PrivacySettings& SimPlatform::privacySettings()
+{
+    return *m_privacySettings;
 }

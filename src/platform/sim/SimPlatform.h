@@ -6,6 +6,7 @@ class SimAccessibility;
 class SimDesktop;
 class SimDesktopServices;
 class SimHotKeyService;
+class SimPrivacySettings;
 class SimVisibilityFramework;
 class SimWorkspace;
 struct SimScenario;
@@ -42,10 +43,12 @@ public:
     Workspace& workspace() override;
     NativeVisibilityBridge& visibilityBridge() override;
     DesktopServices& desktopServices() override;
+    PrivacySettings& privacySettings() override;
 
     SimDesktop& desktop() { return *m_desktop; }
     SimVisibilityFramework& visibilityFramework() { return *m_visibility; }
     SimDesktopServices& simulatedDesktopServices() { return *m_desktopServices; }
+    SimPrivacySettings& simulatedPrivacySettings() { return *m_privacySettings; }
 
     // The simulated hot key service, or null when the host's own serves.
     SimHotKeyService* simulatedHotKeys() { return m_simulatedHotKeys; }
@@ -58,4 +61,5 @@ private:
     std::unique_ptr<SimWorkspace> m_workspace;
     std::unique_ptr<SimVisibilityFramework> m_visibility;
     std::unique_ptr<SimDesktopServices> m_desktopServices;
+    std::unique_ptr<SimPrivacySettings> m_privacySettings;
 };

@@ -1,0 +1,275 @@
+#include "AppDelegate.h"
+
+#include "app/CommandLine.h"
+#include "app/DesktopServices.h"
+#include "app/SettingsWindow.h"
+#include "app/StatusItem.h"
+#include "core/Identity.h"
+#include "core/Time.h"
+#include "diagnostics/DiagnosticRun.h"
+#include "diagnostics/InterfaceReport.h"
+#include "inspection/Workspace.h"
+#include "l10n/L10n.h"
+#include "platform/Platform.h"
+#include "visibility/NativeVisibilityBridge.h"
+
+#include <QFileInfo>
+#include <QImage>
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+const QString appliedNotice = u"Configuración aplicada."_s;
+const QString applyingNotice = u"Aplicando configuración…"_s;
+} // namespace
+
+AppDelegate::AppDelegate(Platform& platform, QIODevice& errors, QObject* parent)
+    : QObject(parent), m_platform(platform), m_desktop(platform.desktopServices()),
+      m_errors(errors),
+      m_inspector(platform.accessibility(), platform.workspace(), platform.time()),
+      m_preferences(platform.userDefaults(), platform.loginItems(), platform.filePanels()),
+      m_visibility(platform.visibilityBridge(), platform.workspace(), platform.time(),
+                   [this] { return m_inspector.isAuthorized(); }),
+      m_hotKey(platform.hotKeys())
+{
+    // Texts translated without a language named read it from this application's defaults.
+    L10n::setStandardDefaults(&platform.userDefaults());
+}
+
+AppDelegate::~AppDelegate()
+{
+    L10n::setStandardDefaults(nullptr);
+}
+
+AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const QStringList& arguments)
+{
+    m_desktop.becomeAccessory();
+    const CommandLine commandLine = CommandLine::parse(arguments);
+    if (handOverToRunningCopy(commandLine.diagnosticReportRequested))
+        return LaunchOutcome::HandedOver;
+    if (commandLine.uiReportPath)
+        m_qaReportPath = QFileInfo(*commandLine.uiReportPath).absoluteFilePath();
+    if (commandLine.diagnosticReportPath) {
+        startDiagnosticRun(*commandLine.diagnosticReportPath);
+        return LaunchOutcome::DiagnosticRun;
+    }
+    createStatusItem();
+    subscribe();
+    observe();
+    scheduleInteractionTimer();
+    configureHotKey(m_preferences.data().hotkey);
+    later([this] { m_inspector.scan(); });
+    scheduleStartAction(commandLine.openSettings);
+    connect(&m_desktop, &DesktopServices::reopenRequested, this,
+            [this] { applicationShouldHandleReopen(); });
+    return LaunchOutcome::Running;
+}
+
+// Another copy with our bundle identifier is brought forward and this one quits, unless
+// a diagnostic report was asked for, which never disturbs a running copy.
+bool AppDelegate::handOverToRunningCopy(bool diagnosticRequested)
+{
+    const Workspace& workspace = m_platform.workspace();
+    const QString bundle = workspace.mainBundleIdentifier().value_or(Identity::bundleIdentifier);
+    const qint32 ownPid = workspace.currentProcessId();
+    for (const RunningApplication& app : workspace.runningApplications()) {
+        if (app.bundleIdentifier != bundle || app.pid == ownPid)
+            continue;
+        if (diagnosticRequested)
+            return false;
+        m_desktop.activateApplication(app.pid);
+        Q_EMIT quitRequested(0);
+        return true;
+    }
+    return false;
+}
+
+void AppDelegate::startDiagnosticRun(const QString& path)
+{
+    NativeVisibilityBridge& bridge = m_platform.visibilityBridge();
+    QPointer<AppDelegate> self(this);
+    DiagnosticRun::start(
+        m_inspector, path, [&bridge] { return bridge.isAvailable(); }, m_errors,
+        [self](bool written) {
+            if (self)
+                Q_EMIT self->quitRequested(written ? 0 : 1);
+        });
+}
+
+void AppDelegate::createStatusItem()
+{
+    m_item = m_desktop.createStatusItem(statusItemLength, statusItemAutosaveName);
+    QPointer<AppDelegate> self(this);
+    m_item->setClickHandler([self](const StatusItemEvent& event) {
+        if (self)
+            self->clickStatusItem(event);
+    });
+}
+
+// Each subscriber hears the values of the publication on a later turn, never inside the
+// assignment that caused it. The hiding state and the message start with their current
+// values; the language and the record with their changes only.
+void AppDelegate::subscribe()
+{
+    const auto deliverHidingState = [this] {
+        later([this, active = m_visibility.active(), pending = m_visibility.pending()] {
+            hidingStateChanged(active, pending);
+        });
+    };
+    connect(&m_visibility, &VisibilityController::activeChanged, this, deliverHidingState);
+    connect(&m_visibility, &VisibilityController::pendingChanged, this, deliverHidingState);
+    deliverHidingState();
+
+    const auto deliverMessage = [this](const QString& message) {
+        later([this, message] { visibilityMessageChanged(message); });
+    };
+    connect(&m_visibility, &VisibilityController::messageChanged, this, deliverMessage);
+    deliverMessage(m_visibility.message());
+
+    connect(&m_preferences, &Preferences::languageChanged, this,
+            [this] { later([this] { languageChanged(); }); });
+    connect(&m_preferences, &Preferences::dataChanged, this,
+            [this](const SettingsData& data) { later([this, data] { dataChanged(data); }); });
+}
+
+void AppDelegate::observe()
+{
+    const auto onMainQueue = [this](auto signal, void (AppDelegate::*reaction)()) {
+        connect(&m_desktop, signal, this, reaction, Qt::QueuedConnection);
+    };
+    onMainQueue(&DesktopServices::applicationLaunched, &AppDelegate::runningApplicationsChanged);
+    onMainQueue(&DesktopServices::applicationTerminated, &AppDelegate::runningApplicationsChanged);
+    onMainQueue(&DesktopServices::screensDidSleep, &AppDelegate::showAll);
+    onMainQueue(&DesktopServices::screenParametersChanged, &AppDelegate::screenParametersChanged);
+}
+
+void AppDelegate::scheduleInteractionTimer()
+{
+    m_interactionTimer = m_platform.time().createTimer([this] { later([this] { tick(); }); });
+    m_interactionTimer->start(interactionInterval, true);
+}
+
+// The record is read when the action runs, so a change made within the second counts.
+void AppDelegate::scheduleStartAction(bool settingsRequested)
+{
+    m_startAction = m_platform.time().createTimer([this, settingsRequested] {
+        const SettingsData& record = m_preferences.data();
+        if (settingsRequested || record.showOnLaunch)
+            openSettings(std::nullopt);
+        else if (record.startCollapsed)
+            collapse();
+    });
+    m_startAction->start(startActionDelay, false);
+}
+
+void AppDelegate::configureHotKey(const std::optional<HotKeySettings>& settings)
+{
+    QPointer<AppDelegate> self(this);
+    m_preferences.setHotkeyStatus(m_hotKey.configure(settings, [self] {
+        if (self)
+            self->shortcutPressed();
+    }));
+}
+
+void AppDelegate::applicationWillTerminate()
+{
+    m_hotKey.stop();
+    if (m_interactionTimer) {
+        m_interactionTimer->stop();
+        m_interactionTimer.reset();
+    }
+    m_visibility.restore();
+}
+
+bool AppDelegate::applicationShouldHandleReopen()
+{
+    openSettings(std::nullopt);
+    return true;
+}
+
+void AppDelegate::hidingStateChanged(bool active, bool pending)
+{
+    updateGlyph(active, pending, std::nullopt);
+    if (active) {
+        m_expandedAt.reset();
+        m_preferences.setNeedsApply(false);
+        m_preferences.setNotice(appliedNotice);
+    }
+    writeUIReport();
+}
+
+// While settings are being applied, the controller's progress is the notice.
+void AppDelegate::visibilityMessageChanged(const QString& message)
+{
+    if (!m_visibility.pending() && !m_visibility.active() &&
+        m_preferences.notice() == applyingNotice)
+        m_preferences.setNotice(message);
+}
+
+void AppDelegate::languageChanged()
+{
+    if (m_settingsWindow)
+        m_settingsWindow->setWindowTitle(text(SettingsWindow::titleKey));
+    updateGlyph(m_visibility.active(), m_visibility.pending(), std::nullopt);
+    writeUIReport();
+}
+
+void AppDelegate::dataChanged(const SettingsData& data)
+{
+    updateGlyph(m_visibility.active(), m_visibility.pending(), data.symbol);
+    configureHotKey(data.hotkey);
+    writeUIReport();
+}
+
+void AppDelegate::runningApplicationsChanged()
+{
+    m_visibility.runningApplicationsChanged();
+}
+
+void AppDelegate::screenParametersChanged()
+{
+    m_visibility.restore();
+    m_expandedAt.reset();
+}
+
+void AppDelegate::writeUIReport()
+{
+    if (!m_qaReportPath || !m_settingsWindow)
+        return;
+    const Rect frame = m_desktop.windowFrame(*m_settingsWindow);
+    const std::optional<ScreenInfo> screen = screenHolding(frame);
+    if (!screen)
+        return;
+    InterfaceReport report;
+    report.path = m_desktop.applicationPath();
+    report.window = frame;
+    report.screen = screen->visibleFrame;
+    report.language = m_preferences.language();
+    report.symbol = m_preferences.data().symbol;
+    report.collapsed = m_visibility.active();
+    report.scanning = m_inspector.isScanning();
+    report.trusted = m_inspector.isAuthorized();
+    report.status = m_visibility.message();
+    report.notice = m_preferences.notice();
+    if (m_item && m_item->hasButton() && m_item->buttonWindowFrame()) {
+        report.separatorWindow = m_item->buttonWindowFrame();
+        report.separatorScreen = m_item->buttonFrameOnScreen();
+    }
+    report.write(*m_qaReportPath, m_item ? m_item->image() : QImage());
+}
+
+QString AppDelegate::text(const QString& spanish) const
+{
+    return L10n::text(spanish, m_preferences.language());
+}
+
+double AppDelegate::now() const
+{
+    return m_platform.time().now();
+}
+
+void AppDelegate::later(std::function<void()> job)
+{
+    QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+}

@@ -1,0 +1,141 @@
+#pragma once
+
+#include "core/Rect.h"
+#include "hotkey/GlobalHotKey.h"
+#include "inspection/Inspector.h"
+#include "settings/Preferences.h"
+#include "visibility/VisibilityController.h"
+
+#include <QObject>
+#include <QStringList>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class DesktopServices;
+class Platform;
+class QIODevice;
+class QWidget;
+class SettingsWindow;
+class StatusItem;
+class Timer;
+struct ScreenInfo;
+struct StatusItemEvent;
+
+// The application controller: owns every long-lived object, runs the launch, the collapse
+// cycle, the status item's look and menu, the settings window and the interface report.
+// Main thread only. Nothing is torn down before the process ends; destroying it (tests do)
+// drops every subscription, timer and pending job with it.
+class AppDelegate final : public QObject {
+    Q_OBJECT
+
+public:
+    enum class LaunchOutcome {
+        Running,       // the application runs until it is told to quit
+        HandedOver,    // another copy runs: it was brought forward and this one quits
+        DiagnosticRun, // the diagnostic report is written, then the application quits
+    };
+
+    static constexpr double statusItemLength = 30.0;
+    static inline const QString statusItemAutosaveName = QStringLiteral("Tuckaway.main");
+    static constexpr double interactionInterval = 0.25;
+    static constexpr double startActionDelay = 1.0;
+    static constexpr double hoverRevealDelay = 0.6;
+    static constexpr double menuBarBandHeight = 30.0;
+
+    // `errors` receives the diagnostic run's failure line.
+    AppDelegate(Platform& platform, QIODevice& errors, QObject* parent = nullptr);
+    ~AppDelegate() override;
+
+    // The launch sequence over the process arguments, program path included.
+    LaunchOutcome applicationDidFinishLaunching(const QStringList& arguments);
+    // The quit sequence: the shortcut unregistered, the timer stopped, every icon shown.
+    void applicationWillTerminate();
+    // The user opened the running application again: the settings window opens.
+    bool applicationShouldHandleReopen();
+
+    // The collapse cycle.
+    void clickStatusItem(const StatusItemEvent& event);
+    void toggleVisibility();
+    void collapse();
+    void showAll();
+    void refresh();
+    void tick();
+    void shortcutPressed();
+
+    // The status item's look and menu.
+    void updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style);
+    void showMenu();
+
+    // The settings window.
+    void openSettings(std::optional<int> section);
+    void openConfiguration() { openSettings(std::nullopt); }
+    void center(QWidget& window, const std::optional<ScreenInfo>& screen);
+    void applySettings();
+
+    void writeUIReport();
+
+    Inspector& inspector() { return m_inspector; }
+    Preferences& preferences() { return m_preferences; }
+    VisibilityController& visibility() { return m_visibility; }
+    GlobalHotKey& hotKey() { return m_hotKey; }
+    StatusItem* statusItem() const { return m_item.get(); }
+    SettingsWindow* settingsWindow() const { return m_settingsWindow.get(); }
+    std::optional<double> expandedAt() const { return m_expandedAt; }
+    std::optional<double> hoverBegan() const { return m_hoverBegan; }
+    qint64 collapseGeneration() const { return m_collapseGeneration; }
+    std::optional<QString> qaReportPath() const { return m_qaReportPath; }
+
+Q_SIGNALS:
+    // The application should end with this exit code; the quit sequence follows.
+    void quitRequested(int exitCode);
+
+private:
+    // Launch steps.
+    bool handOverToRunningCopy(bool diagnosticRequested);
+    void startDiagnosticRun(const QString& path);
+    void createStatusItem();
+    void subscribe();
+    void observe();
+    void scheduleInteractionTimer();
+    void scheduleStartAction(bool settingsRequested);
+    void configureHotKey(const std::optional<HotKeySettings>& settings);
+
+    // Reactions.
+    void hidingStateChanged(bool active, bool pending);
+    void visibilityMessageChanged(const QString& message);
+    void languageChanged();
+    void dataChanged(const SettingsData& data);
+    void runningApplicationsChanged();
+    void screenParametersChanged();
+
+    // Collapse cycle steps.
+    void finishCollapse(qint64 generation);
+    std::optional<QSet<QString>> boundaryHiddenSet();
+    void runCountdown(double now, const QPointF& pointer);
+
+    std::optional<ScreenInfo> screenUnderPointer() const;
+    std::optional<ScreenInfo> screenHolding(const Rect& frame) const;
+    void createSettingsWindow();
+    QString text(const QString& spanish) const;
+    double now() const;
+    // Runs `job` on a later turn of the main thread, unless this object is gone by then.
+    void later(std::function<void()> job);
+
+    Platform& m_platform;
+    DesktopServices& m_desktop;
+    QIODevice& m_errors;
+
+    Inspector m_inspector;
+    Preferences m_preferences;
+    VisibilityController m_visibility;
+    GlobalHotKey m_hotKey;
+    std::unique_ptr<StatusItem> m_item;
+    std::unique_ptr<SettingsWindow> m_settingsWindow;
+    std::unique_ptr<Timer> m_interactionTimer;
+    std::unique_ptr<Timer> m_startAction;
+    std::optional<double> m_expandedAt;
+    std::optional<double> m_hoverBegan;
+    qint64 m_collapseGeneration = 0;
+    std::optional<QString> m_qaReportPath;
+};

@@ -1,0 +1,50 @@
+#include "app/AppDelegate.h"
+#include "app/StatusGlyph.h"
+#include "app/StatusItem.h"
+
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+// The picture follows the hiding state only; an outstanding request shows in the tooltip.
+void AppDelegate::updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style)
+{
+    if (!m_item || !m_item->hasButton())
+        return;
+    m_item->setImage(StatusGlyph::make(collapsed, style.value_or(m_preferences.data().symbol),
+                                       StatusGlyph::defaultDevicePixelRatio,
+                                       m_preferences.language()));
+    if (pending)
+        m_item->setToolTip(text(u"Aplicando…"_s));
+    else if (collapsed)
+        m_item->setToolTip(text(u"Mostrar iconos ocultos · clic derecho para configurar"_s));
+    else
+        m_item->setToolTip(text(u"Ocultar grupo · clic derecho para configurar"_s));
+}
+
+// Built anew at every opening and never attached to the item, so plain left clicks keep
+// reaching `clickStatusItem`.
+void AppDelegate::showMenu()
+{
+    if (!m_item || !m_item->hasButton())
+        return;
+    QPointer<AppDelegate> self(this);
+    const auto call = [self](void (AppDelegate::*operation)()) {
+        return [self, operation] {
+            if (self)
+                (self.data()->*operation)();
+        };
+    };
+    const QString first = m_visibility.active() ? u"Mostrar iconos ocultos"_s : u"Ocultar grupo"_s;
+    m_item->popUpMenu({
+        {text(first), QString(), call(&AppDelegate::toggleVisibility)},
+        {text(u"Mostrar todo y pausar"_s), QString(), call(&AppDelegate::showAll)},
+        {text(u"Configuración…"_s), u","_s, call(&AppDelegate::openConfiguration)},
+        MenuEntry::separator(),
+        {text(u"Salir de Tuckaway"_s), u"q"_s,
+         [self] {
+             if (self)
+                 Q_EMIT self->quitRequested(0);
+         }},
+    });
+}

@@ -1,0 +1,338 @@
+#include "SimMenuBarScene.h"
+
+#include "app/StatusGlyph.h"
+#include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimulatorTexts.h"
+
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QColor surroundColour(0x26, 0x29, 0x2f);
+const QColor labelColour(0xcf, 0xd3, 0xda);
+const QColor barColour(0xee, 0xee, 0xef, 236);
+const QColor barTextColour(0x1d, 0x1d, 0x1f);
+const QColor highlightColour(0, 0, 0, 46);
+
+QString textOf(const SimText& text)
+{
+    return text.kind == SimText::Kind::String ? text.string : QString();
+}
+
+QFont barFont(double scale, bool bold = false)
+{
+    QFont font;
+    font.setPixelSize(qMax(7, qRound(13.0 * scale)));
+    font.setBold(bold);
+    return font;
+}
+
+// The bar's font, smaller where `text` would not fit `width`: a title never spills over.
+QFont fittingFont(double scale, const QString& text, double width)
+{
+    QFont font = barFont(scale);
+    const double needed = QFontMetricsF(font).horizontalAdvance(text);
+    if (needed > width && needed > 0.0)
+        font.setPixelSize(qMax(6, int(font.pixelSize() * width / needed)));
+    return font;
+}
+
+} // namespace
+
+SimMenuBarScene::SimMenuBarScene(const SimDesktop& desktop, double scale)
+    : m_scale(scale > 0.0 ? scale : 1.0)
+{
+    layOutStrips(desktop);
+    layOutItems(desktop);
+}
+
+// Every strip starts at the same left edge, right of the off-screen zone if there is one.
+void SimMenuBarScene::layOutStrips(const SimDesktop& desktop)
+{
+    double leftmost = 0.0; // points left of the primary screen that the bar's items reach
+    const QList<SimScreen>& screens = desktop.screens();
+    if (!screens.isEmpty()) {
+        const double primaryLeft = screens.first().frame.minX();
+        for (const SimDesktop::BarItem& item : desktop.visibleMenuBarItems())
+            leftmost = qMax(leftmost, primaryLeft - item.frame.minX());
+    }
+    const double overflowWidth = leftmost > 0.0 ? (leftmost + overflowPadding) * m_scale : 0.0;
+    const double left = margin + overflowWidth;
+    double top = margin;
+    double widest = 0.0;
+    for (int i = 0; i < screens.size(); ++i) {
+        Strip strip;
+        strip.screen = i;
+        strip.frame = screens.at(i).frame.standardized();
+        const double width = qMax(0.0, strip.frame.width) * m_scale;
+        strip.label = QRectF(left, top, qMax(width, 240.0), labelHeight);
+        top += labelHeight;
+        strip.area = QRectF(left, top, width, (SimDesktop::menuBarHeight + deskDepth) * m_scale);
+        strip.bar = QRectF(left, top, width, SimDesktop::menuBarHeight * m_scale);
+        top += strip.area.height() + margin;
+        widest = qMax(widest, qMax(width, strip.label.width()));
+        m_strips.append(strip);
+    }
+    if (overflowWidth > 0.0 && !m_strips.isEmpty())
+        m_overflow = QRectF(margin, m_strips.first().area.top(), overflowWidth,
+                            m_strips.first().area.height());
+    m_size = QSizeF(left + widest + margin, qMax(top, 2 * margin + labelHeight));
+}
+
+void SimMenuBarScene::layOutItems(const SimDesktop& desktop)
+{
+    if (m_strips.isEmpty())
+        return;
+    const Rect primary = m_strips.first().frame;
+    for (const SimDesktop::BarItem& barItem : desktop.visibleMenuBarItems()) {
+        Item item;
+        item.pid = barItem.pid;
+        item.index = barItem.index;
+        item.own = barItem.own;
+        item.rect = toScene(barItem.frame);
+        item.offScreen =
+            barItem.frame.minX() < primary.minX() || barItem.frame.maxX() > primary.maxX();
+        if (const SimApplication* app = desktop.application(barItem.pid)) {
+            const SimElement& element = app->items.value(barItem.index);
+            item.title = textOf(element.title);
+            item.description = textOf(element.description);
+            if (item.description.isEmpty())
+                item.description = app->name.value_or(app->bundleIdentifier.value_or(QString()));
+        }
+        m_items.append(item);
+    }
+}
+
+// Accessibility space has its origin at the primary screen's top-left, as the strip has.
+QRectF SimMenuBarScene::toScene(const Rect& frame) const
+{
+    const Strip& primary = m_strips.first();
+    const Rect r = frame.standardized();
+    return QRectF(primary.area.left() + (r.x - primary.frame.minX()) * m_scale,
+                  primary.area.top() + r.y * m_scale, r.width * m_scale, r.height * m_scale);
+}
+
+std::optional<QRectF> SimMenuBarScene::ownItemRect() const
+{
+    for (const Item& item : m_items) {
+        if (item.own)
+            return item.rect;
+    }
+    return std::nullopt;
+}
+
+int SimMenuBarScene::offScreenCount() const
+{
+    return int(std::count_if(m_items.cbegin(), m_items.cend(),
+                             [](const Item& item) { return item.offScreen; }));
+}
+
+bool SimMenuBarScene::ownItemOffScreen() const
+{
+    return std::any_of(m_items.cbegin(), m_items.cend(),
+                       [](const Item& item) { return item.own && item.offScreen; });
+}
+
+std::optional<QPointF> SimMenuBarScene::toScreenSpace(QPointF pos) const
+{
+    for (const Strip& strip : m_strips) {
+        const QRectF& area = strip.area;
+        if (pos.y() < area.top() || pos.y() >= area.bottom())
+            continue;
+        const double left =
+            strip.screen == 0 && !m_overflow.isEmpty() ? m_overflow.left() : area.left();
+        if (pos.x() < left || pos.x() >= area.right())
+            return std::nullopt;
+        return QPointF(strip.frame.minX() + (pos.x() - area.left()) / m_scale,
+                       strip.frame.maxY() - (pos.y() - area.top()) / m_scale);
+    }
+    return std::nullopt;
+}
+
+std::optional<double> SimMenuBarScene::dropX(QPointF pos) const
+{
+    if (barAt(pos) != 0)
+        return std::nullopt;
+    const Strip& primary = m_strips.first();
+    return primary.frame.minX() + (pos.x() - primary.area.left()) / m_scale;
+}
+
+std::optional<int> SimMenuBarScene::barAt(QPointF pos) const
+{
+    for (const Strip& strip : m_strips) {
+        QRectF bar = strip.bar;
+        if (strip.screen == 0 && !m_overflow.isEmpty())
+            bar.setLeft(m_overflow.left());
+        if (bar.contains(pos))
+            return strip.screen;
+    }
+    return std::nullopt;
+}
+
+QImage SimMenuBarScene::render(const Look& look) const
+{
+    QImage image(m_size.toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    paint(painter, look);
+    return image;
+}
+
+void SimMenuBarScene::paint(QPainter& painter, const Look& look) const
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillRect(QRectF(QPointF(0, 0), m_size), surroundColour);
+    if (!m_overflow.isEmpty())
+        paintOverflow(painter, look);
+    for (const Strip& strip : m_strips)
+        paintStrip(painter, strip, look);
+    for (const Item& item : m_items) {
+        if (!(item.own && look.dragAt))
+            paintItem(painter, item, look);
+    }
+    if (look.dragAt && ownItemRect()) {
+        QRectF ghost = *ownItemRect();
+        ghost.moveCenter(*look.dragAt);
+        painter.setOpacity(0.75);
+        painter.fillRect(ghost, barColour);
+        paintGlyph(painter, ghost, look.glyph);
+        painter.setOpacity(1.0);
+    }
+    if (m_strips.isEmpty()) {
+        painter.setPen(labelColour);
+        painter.drawText(
+            QRectF(QPointF(0, 0), m_size), Qt::AlignCenter,
+            SimulatorTexts::text(u"Este escritorio no tiene pantallas."_s, look.language));
+    }
+    painter.restore();
+}
+
+void SimMenuBarScene::paintStrip(QPainter& painter, const Strip& strip, const Look& look) const
+{
+    const QString size =
+        shortestNumber(strip.frame.width) + u" × "_s + shortestNumber(strip.frame.height);
+    const QString label =
+        strip.screen == 0 ? SimulatorTexts::text(u"Pantalla %1 · principal · %2"_s, look.language)
+                          : SimulatorTexts::text(u"Pantalla %1 · %2"_s, look.language);
+    painter.setPen(labelColour);
+    painter.setFont(QFont());
+    painter.drawText(strip.label, Qt::AlignLeft | Qt::AlignVCenter,
+                     label.arg(strip.screen + 1).arg(size));
+
+    QLinearGradient desk(strip.area.topLeft(), strip.area.bottomRight());
+    desk.setColorAt(0.0, QColor(0x3a, 0x6e, 0xa5));
+    desk.setColorAt(1.0, QColor(0x6f, 0x5a, 0xa8));
+    painter.fillRect(strip.area, desk);
+    painter.fillRect(strip.bar, barColour);
+
+    // The top 30 points count as the menu-bar band, whether or not a bar is shown there.
+    const double band = strip.area.top() + 30.0 * m_scale;
+    painter.setPen(QPen(QColor(255, 255, 255, 110), 1.0, Qt::DashLine));
+    painter.drawLine(QPointF(strip.area.left(), band), QPointF(strip.area.right(), band));
+    paintAppMenus(painter, strip, look);
+}
+
+// The front application's menus, up to the first status item on the screen.
+void SimMenuBarScene::paintAppMenus(QPainter& painter, const Strip& strip, const Look& look) const
+{
+    double right = strip.bar.right();
+    if (strip.screen == 0) {
+        for (const Item& item : m_items) {
+            if (!item.offScreen)
+                right = qMin(right, item.rect.left());
+        }
+    }
+    const double unit = m_scale;
+    QRectF room(strip.bar.left() + 14 * unit, strip.bar.top(), right - strip.bar.left() - 22 * unit,
+                strip.bar.height());
+    if (room.width() <= 0)
+        return;
+    painter.save();
+    painter.setClipRect(room);
+    painter.setPen(barTextColour);
+    painter.setBrush(barTextColour);
+    painter.drawEllipse(QPointF(room.left() + 6 * unit, room.center().y()), 5 * unit, 5 * unit);
+    double x = room.left() + 24 * unit;
+    const QStringList menus = SimulatorTexts::text(u"Finder|Archivo|Edición|Visualización|Ir|"
+                                                   "Ventana|Ayuda"_s,
+                                                   look.language)
+                                  .split(u'|');
+    for (int i = 0; i < menus.size(); ++i) {
+        painter.setFont(barFont(m_scale, i == 0));
+        const double width = QFontMetricsF(painter.font()).horizontalAdvance(menus.at(i));
+        painter.drawText(QRectF(x, room.top(), width + 1, room.height()), Qt::AlignVCenter,
+                         menus.at(i));
+        x += width + 18 * unit;
+    }
+    painter.restore();
+}
+
+void SimMenuBarScene::paintItem(QPainter& painter, const Item& item, const Look& look) const
+{
+    painter.save();
+    painter.setClipRect(item.rect);
+    if (item.offScreen)
+        painter.setOpacity(0.6);
+    if (item.own) {
+        if (look.ownHighlighted) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(highlightColour);
+            painter.drawRoundedRect(item.rect.adjusted(1, 2 * m_scale, -1, -2 * m_scale),
+                                    4 * m_scale, 4 * m_scale);
+        }
+        paintGlyph(painter, item.rect, look.glyph);
+        painter.restore();
+        return;
+    }
+    painter.setPen(barTextColour);
+    const QFontMetricsF metrics(barFont(m_scale));
+    const bool wideEnough =
+        metrics.horizontalAdvance(item.description) + 8 * m_scale <= item.rect.width();
+    if (!item.title.isEmpty() || (item.rect.width() >= 60 * m_scale && wideEnough)) {
+        const QString text = item.title.isEmpty() ? item.description : item.title;
+        painter.setFont(fittingFont(m_scale, text, item.rect.width() - 6 * m_scale));
+        painter.drawText(item.rect, Qt::AlignCenter, text);
+    } else {
+        // No text to show: a simple icon marked with the first letter of what names it.
+        const double side = 15 * m_scale;
+        QRectF icon(0, 0, side, side);
+        icon.moveCenter(item.rect.center());
+        painter.setPen(QPen(barTextColour, qMax(1.0, 1.4 * m_scale)));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(icon, 3.5 * m_scale, 3.5 * m_scale);
+        QFont font = barFont(m_scale * 0.72, true);
+        painter.setFont(font);
+        const QString initial = item.description.isEmpty() ? u"?"_s : item.description.left(1);
+        painter.drawText(icon, Qt::AlignCenter, initial.toUpper());
+    }
+    painter.restore();
+}
+
+void SimMenuBarScene::paintGlyph(QPainter& painter, const QRectF& rect, const QImage& glyph) const
+{
+    if (glyph.isNull())
+        return;
+    QRectF target(0, 0, StatusGlyph::widthInPoints * m_scale,
+                  StatusGlyph::heightInPoints * m_scale);
+    target.moveCenter(rect.center());
+    painter.drawImage(target, StatusGlyph::tinted(glyph, barTextColour));
+}
+
+void SimMenuBarScene::paintOverflow(QPainter& painter, const Look& look) const
+{
+    painter.save();
+    painter.fillRect(m_overflow, QColor(0x3b, 0x3f, 0x46));
+    painter.fillRect(m_overflow, QBrush(QColor(0x55, 0x5b, 0x64), Qt::BDiagPattern));
+    QRectF bar = m_overflow;
+    bar.setHeight(SimDesktop::menuBarHeight * m_scale);
+    painter.fillRect(bar, QColor(0xc9, 0xcb, 0xcf, 200));
+    painter.setPen(labelColour);
+    painter.drawText(m_overflow.adjusted(4, 0, -4, -2), Qt::AlignBottom | Qt::AlignLeft,
+                     SimulatorTexts::text(u"fuera de la pantalla"_s, look.language));
+    painter.restore();
+}

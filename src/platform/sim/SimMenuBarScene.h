@@ -1,0 +1,91 @@
+#pragma once
+
+#include "core/Rect.h"
+
+#include <QImage>
+#include <QList>
+#include <QPointF>
+#include <QRectF>
+#include <QSizeF>
+#include <QString>
+#include <optional>
+
+class QPainter;
+class SimDesktop;
+
+// The simulated screens' menu bars as a picture: one strip per screen, stacked, each its bar
+// and the top of its desktop, all at one scale. Only the primary screen's bar holds items;
+// items the layout pushes past its left edge stand in an "off screen" zone left of it, so
+// that none is ever out of reach. Positions are in the picture's pixels.
+class SimMenuBarScene {
+public:
+    static constexpr double deskDepth = 40.0; // points of desktop below each bar
+    static constexpr double margin = 12.0;    // pixels around everything
+    static constexpr double labelHeight = 22.0;
+    static constexpr double overflowPadding = 16.0; // points left of the leftmost item
+
+    struct Strip {
+        int screen = 0;
+        Rect frame;  // screen space
+        QRectF area; // the bar and the desk below it
+        QRectF bar;
+        QRectF label;
+    };
+
+    struct Item {
+        qint32 pid = 0;
+        int index = 0;
+        bool own = false;
+        bool offScreen = false; // not wholly inside the primary screen
+        QRectF rect;
+        QString title;       // the item's title when it has a text one
+        QString description; // what names it otherwise
+    };
+
+    // What changes from one drawing to the next without changing the layout.
+    struct Look {
+        QString language;
+        QImage glyph; // the status item's image as the application set it; null: none yet
+        bool ownHighlighted = false;
+        std::optional<QPointF> dragAt; // Tuckaway's icon follows the pointer there
+    };
+
+    SimMenuBarScene(const SimDesktop& desktop, double scale);
+
+    double scale() const { return m_scale; }
+    QSizeF size() const { return m_size; }
+    const QList<Strip>& strips() const { return m_strips; }
+    const QList<Item>& items() const { return m_items; } // the primary bar's, right to left
+    std::optional<QRectF> ownItemRect() const;
+    QRectF overflowArea() const { return m_overflow; }
+    int offScreenCount() const;
+    bool ownItemOffScreen() const;
+
+    // The screen-space point drawn at `pos`; the primary strip reaches into the off-screen
+    // zone. Nothing where no screen is drawn.
+    std::optional<QPointF> toScreenSpace(QPointF pos) const;
+    // The accessibility x a drop at `pos` means when `pos` lies on the primary screen's bar,
+    // its off-screen zone included.
+    std::optional<double> dropX(QPointF pos) const;
+    // Whether `pos` lies on the bar of any screen, and on which.
+    std::optional<int> barAt(QPointF pos) const;
+
+    void paint(QPainter& painter, const Look& look) const;
+    QImage render(const Look& look) const;
+
+private:
+    void layOutStrips(const SimDesktop& desktop);
+    void layOutItems(const SimDesktop& desktop);
+    QRectF toScene(const Rect& accessibilityFrame) const;
+    void paintStrip(QPainter& painter, const Strip& strip, const Look& look) const;
+    void paintAppMenus(QPainter& painter, const Strip& strip, const Look& look) const;
+    void paintItem(QPainter& painter, const Item& item, const Look& look) const;
+    void paintGlyph(QPainter& painter, const QRectF& rect, const QImage& glyph) const;
+    void paintOverflow(QPainter& painter, const Look& look) const;
+
+    double m_scale;
+    QSizeF m_size;
+    QList<Strip> m_strips;
+    QList<Item> m_items;
+    QRectF m_overflow;
+};

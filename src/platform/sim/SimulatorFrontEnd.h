@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+#include <memory>
+
+class AppDelegate;
+class HeadlessSession;
+class Platform;
+class QTextStream;
+class SimulatorWindow;
+
+// How a run off macOS shows the simulated desktop: the simulator window where Qt has a
+// display, the headless session where it draws offscreen (no DISPLAY nor WAYLAND_DISPLAY,
+// or QT_QPA_PLATFORM=offscreen).
+class SimulatorFrontEnd final : public QObject {
+    Q_OBJECT
+
+public:
+    // Whether the running Qt application shows its windows to a person.
+    static bool hasDisplay();
+
+    // After the launch: shows the window, or starts the session. Both end the way the
+    // status item's "Salir de Tuckaway" does, by asking `app` to quit: the session with its
+    // exit code when it is over, the window when it is closed. Does nothing when `platform`
+    // is not the simulated desktop.
+    SimulatorFrontEnd(Platform& platform, AppDelegate& app, QObject* parent = nullptr);
+    ~SimulatorFrontEnd() override;
+
+    SimulatorWindow* window() const { return m_window.get(); }
+    HeadlessSession* session() const { return m_session.get(); }
+
+private:
+    std::unique_ptr<QTextStream> m_out;
+    std::unique_ptr<SimulatorWindow> m_window;
+    std::unique_ptr<HeadlessSession> m_session;
+};

@@ -1,0 +1,82 @@
+#include "SimulatorTexts.h"
+
+#include "l10n/L10n.h"
+
+#include <QHash>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Built once, on first use, and only read afterwards.
+const QHash<QString, QString>& english()
+{
+    // clang-format off
+    static const QHash<QString, QString> table{
+        {u"Tuckaway · escritorio simulado"_s, u"Tuckaway · simulated desktop"_s},
+        {u"Tuckaway · sesión sin pantalla en el escritorio simulado"_s, u"Tuckaway · session without a display on the simulated desktop"_s},
+        {u"Pantalla %1 · principal · %2"_s, u"Screen %1 · primary · %2"_s},
+        {u"Pantalla %1 · %2"_s, u"Screen %1 · %2"_s},
+        {u"Este escritorio no tiene pantallas."_s, u"This desktop has no screens."_s},
+        {u"fuera de la pantalla"_s, u"off screen"_s},
+        {u"Finder|Archivo|Edición|Visualización|Ir|Ventana|Ayuda"_s, u"Finder|File|Edit|View|Go|Window|Help"_s},
+        {u"Suelta el icono en la barra de la pantalla principal: es la que muestra los iconos. Ha vuelto a su sitio."_s, u"Drop the icon on the primary screen's menu bar: that is the one that shows the icons. It went back to its place."_s},
+        {u"El icono de Tuckaway no sale de la barra de menús: ha vuelto a su sitio."_s, u"Tuckaway's icon does not leave the menu bar: it went back to its place."_s},
+        {u"Apps abiertas"_s, u"Running apps"_s},
+        {u"Salir de la app elegida"_s, u"Quit the selected app"_s},
+        {u"Abrir"_s, u"Launch"_s},
+        {u"Apps abiertas: %1."_s, u"Apps launched: %1."_s},
+        {u"Se abren como mucho %1 apps a la vez: se han abierto %1."_s, u"At most %1 apps are launched at once: %1 were launched."_s},
+        {u"Elige antes una app de la lista."_s, u"Select an app in the list first."_s},
+        {u"Tuckaway no se cierra desde este panel: elige «Salir de Tuckaway» en su menú (clic derecho en su icono). Al salir, todos los iconos ocultos vuelven a la barra."_s, u"Tuckaway is not quit from this panel: choose “Quit Tuckaway” in its menu (right-click its icon). When it quits, every hidden icon comes back to the menu bar."_s},
+        {u"%1 se ha cerrado."_s, u"%1 has quit."_s},
+        {u"Esa app ya no está abierta."_s, u"That app is no longer running."_s},
+        {u"(sin nombre)"_s, u"(no name)"_s},
+        {u"esta app"_s, u"this app"_s},
+        {u"Permiso de Accesibilidad"_s, u"Accessibility permission"_s},
+        {u"Concedido a esta copia de Tuckaway"_s, u"Granted to this copy of Tuckaway"_s},
+        {u"Tuckaway ha pedido el permiso de Accesibilidad: en un Mac el sistema mostraría su aviso. Concédelo en este panel."_s, u"Tuckaway asked for the Accessibility permission: on a Mac the system would show its prompt. Grant it in this panel."_s},
+        {u"Marco privado de visibilidad"_s, u"Private visibility framework"_s},
+        {u"Presente: concede la ocultación"_s, u"Present: grants the hiding"_s},
+        {u"Ausente"_s, u"Absent"_s},
+        {u"Presente: responde con un error"_s, u"Present: answers with an error"_s},
+        {u"Presente: lanza una excepción"_s, u"Present: raises an exception"_s},
+        {u"Presente: no responde"_s, u"Present: never answers"_s},
+        {u"En su icono: clic para ocultar o mostrar; clic derecho o Alt-clic para el menú; Ctrl-arrastrar (⌘ en un Mac) para moverlo."_s, u"On its icon: click to hide or show; right-click or Alt-click for the menu; Ctrl-drag (⌘ on a Mac) to move it."_s},
+        {u"Poner su icono en el extremo derecho"_s, u"Put its icon at the right end"_s},
+        {u"El icono de Tuckaway está en el extremo derecho de la barra. Colócalo arrastrándolo con Ctrl (⌘ en un Mac)."_s, u"Tuckaway's icon is at the right end of the menu bar. Place it by dragging it with Ctrl (⌘ on a Mac)."_s},
+        {u"%1 elementos no caben en la barra de la pantalla principal: se dibujan a su izquierda, fuera de la pantalla."_s, u"%1 items do not fit in the primary screen's menu bar: they are drawn to its left, off screen."_s},
+        {u"El icono de Tuckaway es uno de ellos: arrástralo con Ctrl (⌘ en un Mac) de vuelta a la barra o ponlo en el extremo derecho."_s, u"Tuckaway's icon is one of them: drag it back onto the bar with Ctrl (⌘ on a Mac) or put it at the right end."_s},
+        {u"Icono"_s, u"Icon"_s},
+        {u"Estado"_s, u"Status"_s},
+        {u"Aviso"_s, u"Notice"_s},
+        {u"Menú"_s, u"Menu"_s},
+        {u"Arranque: Tuckaway está en la barra de menús."_s, u"Launch: Tuckaway is in the menu bar."_s},
+        {u"Clic en el icono de Tuckaway: ocultar el grupo."_s, u"Click on Tuckaway's icon: hide the group."_s},
+        {u"Clic en el icono de Tuckaway: mostrar los iconos ocultos."_s, u"Click on Tuckaway's icon: show the hidden icons."_s},
+        {u"Clic en el icono de Tuckaway: ocultar otra vez."_s, u"Click on Tuckaway's icon: hide again."_s},
+        {u"Clic derecho en el icono de Tuckaway y «Mostrar todo y pausar»."_s, u"Right-click on Tuckaway's icon and “Show all and pause”."_s},
+        {u"Apps ocultas"_s, u"Hidden apps"_s},
+        {u"Ninguna app oculta."_s, u"No app is hidden."_s},
+        {u"El icono de Tuckaway no está en la barra: no hay dónde hacer clic."_s, u"Tuckaway's icon is not in the menu bar: there is nothing to click."_s},
+        {u"El menú de Tuckaway no se abrió."_s, u"Tuckaway's menu did not open."_s},
+        {u"Sin respuesta a tiempo; la sesión sigue."_s, u"No answer in time; the session goes on."_s},
+        {u"Imagen guardada: %1"_s, u"Picture saved: %1"_s},
+        {u"No se pudo guardar la imagen %1: %2"_s, u"The picture %1 could not be saved: %2"_s},
+        {u"Fin de la sesión. Imágenes de la barra de menús en %1"_s, u"End of the session. Pictures of the menu bar in %1"_s},
+    };
+    // clang-format on
+    return table;
+}
+
+} // namespace
+
+QString SimulatorTexts::text(const QString& spanish, const QString& language)
+{
+    if (language == u"en"_s) {
+        const auto found = english().constFind(spanish);
+        if (found != english().constEnd())
+            return *found;
+    }
+    return L10n::text(spanish, language);
+}

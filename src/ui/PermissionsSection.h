@@ -1,0 +1,38 @@
+#pragma once
+
+#include "ui/ViewContext.h"
+
+#include <optional>
+
+class QLabel;
+class QPlainTextEdit;
+class QPushButton;
+
+// Whether this copy may read other applications' items and whether hiding can work, the
+// ways to grant access, and the last scan's report.
+class PermissionsSection final : public SectionView {
+    Q_OBJECT
+
+public:
+    PermissionsSection(const ViewContext& context, std::function<void()> saveReport,
+                       QWidget* parent = nullptr);
+    ~PermissionsSection() override;
+    void render() override;
+
+private:
+    QPushButton* addButton(QLayout* row, const QString& name, std::function<void()> action);
+    void renderReport();
+
+    QLabel* m_title;
+    QLabel* m_authorization;
+    QPushButton* m_requestAccess;
+    QPushButton* m_openPrivacy;
+    QLabel* m_mechanism;
+    QPushButton* m_refresh;
+    QPushButton* m_save;
+    QPlainTextEdit* m_report;
+    // What the report box was last filled from; a redraw that changes neither leaves the
+    // text, its selection and its scroll position alone.
+    std::optional<QString> m_reportSource;
+    QString m_reportLanguage;
+};
