@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <benchmark/benchmark.h>
 
+using namespace tk;
+
 namespace {
 
 // An extras menu bar whose tree goes past both limits: more than 60 elements, and a

@@ -17,6 +17,8 @@
 #include <QImage>
 #include <QPointer>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -42,10 +44,9 @@ AppDelegate::~AppDelegate()
     L10n::setStandardDefaults(nullptr);
 }
 
-AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const QStringList& arguments)
+AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const CommandLine& commandLine)
 {
     m_desktop.becomeAccessory();
-    const CommandLine commandLine = CommandLine::parse(arguments);
     if (handOverToRunningCopy(commandLine.diagnosticReportRequested))
         return LaunchOutcome::HandedOver;
     if (commandLine.uiReportPath)
@@ -273,3 +274,5 @@ void AppDelegate::later(std::function<void()> job)
 {
     QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
 }
+
+} // namespace tk

@@ -12,11 +12,16 @@
 #include <memory>
 #include <optional>
 
-class DesktopServices;
-class Platform;
 class QIODevice;
 class QWidget;
+
+namespace tk {
+
+class DesktopServices;
+class Platform;
+
 class SettingsWindow;
+struct CommandLine;
 class StatusItem;
 class Timer;
 struct ScreenInfo;
@@ -47,8 +52,8 @@ public:
     AppDelegate(Platform& platform, QIODevice& errors, QObject* parent = nullptr);
     ~AppDelegate() override;
 
-    // The launch sequence over the process arguments, program path included.
-    LaunchOutcome applicationDidFinishLaunching(const QStringList& arguments);
+    // The launch sequence over the switches of the process arguments.
+    LaunchOutcome applicationDidFinishLaunching(const CommandLine& commandLine);
     // The quit sequence: the shortcut unregistered, the timer stopped, every icon shown.
     void applicationWillTerminate();
     // The user opened the running application again: the settings window opens.
@@ -139,3 +144,5 @@ private:
     qint64 m_collapseGeneration = 0;
     std::optional<QString> m_qaReportPath;
 };
+
+} // namespace tk

@@ -9,6 +9,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace tk {
+
 namespace {
 
 // Drawn on the system's icon grid: a 1024-unit canvas with the tile inset by 100 units,
@@ -185,3 +187,5 @@ Result<QStringList> writeIconSet(const QString& directory)
 }
 
 } // namespace AppIdentity
+
+} // namespace tk

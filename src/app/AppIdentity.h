@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <functional>
 
+namespace tk {
+
 // The application's own icon: a turquoise tile with three dots ("B · Dots").
 namespace AppIdentity {
 
@@ -34,3 +36,5 @@ QList<IconSetEntry> iconSetEntries();
 Result<QStringList> writeIconSet(const QString& directory);
 
 } // namespace AppIdentity
+
+} // namespace tk

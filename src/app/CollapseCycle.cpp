@@ -6,6 +6,8 @@
 
 #include <QPointer>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -213,3 +215,5 @@ void AppDelegate::runCountdown(double current, const QPointF& pointer)
         collapse();
     }
 }
+
+} // namespace tk

@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+namespace tk {
+
 namespace {
 
 std::optional<QString> valueAfter(const QStringList& arguments, const QString& name)
@@ -22,3 +24,5 @@ CommandLine CommandLine::parse(const QStringList& arguments)
     line.scenarioPath = valueAfter(arguments, scenarioSwitch);
     return line;
 }
+
+} // namespace tk

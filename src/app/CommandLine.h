@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <optional>
 
+namespace tk {
+
 // The switches a launch understands. Each is looked for among all process arguments,
 // the program path included; only its first occurrence counts, and its value is the
 // argument right after it. A switch that needs a value but comes last is ignored.
@@ -26,3 +28,5 @@ struct CommandLine {
 
     friend bool operator==(const CommandLine&, const CommandLine&) = default;
 };
+
+} // namespace tk

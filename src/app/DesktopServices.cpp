@@ -1,3 +1,7 @@
 #include "DesktopServices.h"
 
+namespace tk {
+
 DesktopServices::~DesktopServices() = default;
+
+} // namespace tk

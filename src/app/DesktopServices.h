@@ -11,6 +11,9 @@
 
 class QImage;
 class QWidget;
+
+namespace tk {
+
 class StatusItem;
 
 struct ScreenInfo {
@@ -67,3 +70,5 @@ Q_SIGNALS:
     // The user opened the application again while it runs.
     void reopenRequested();
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+namespace tk {
+
 int main(int argc, char** argv)
 {
     // Drawing into images needs no display; the application object only sets up Qt.
@@ -22,3 +24,5 @@ int main(int argc, char** argv)
     }
     return 0;
 }
+
+} // namespace tk

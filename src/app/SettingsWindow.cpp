@@ -11,6 +11,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 SettingsWindow::SettingsWindow(QWidget* content, QWidget* parent)
@@ -172,3 +174,5 @@ std::optional<ScreenInfo> AppDelegate::screenHolding(const Rect& frame) const
     }
     return best;
 }
+
+} // namespace tk

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QWidget>
 
+namespace tk {
+
 // Tuckaway's one window. Closing only hides it: the same window, with the settings view
 // it hosts and that view's state, is shown again at the next opening.
 class SettingsWindow final : public QWidget {
@@ -35,3 +37,5 @@ protected:
 private:
     QWidget* m_content;
 };
+
+} // namespace tk

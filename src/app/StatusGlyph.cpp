@@ -7,6 +7,8 @@
 #include <QtMath>
 #include <span>
 
+namespace tk {
+
 namespace {
 
 constexpr qreal dotDiameter = 3.3;
@@ -102,3 +104,5 @@ QImage tinted(const QImage& glyph, const QColor& color)
 }
 
 } // namespace StatusGlyph
+
+} // namespace tk

@@ -6,6 +6,8 @@
 
 class QColor;
 
+namespace tk {
+
 // The status item's picture: black on transparent, meant to be tinted by whoever shows it.
 struct GlyphImage {
     QImage image;           // its device pixel ratio says how many pixels make one point
@@ -40,3 +42,5 @@ GlyphImage make(bool collapsed, const QString& style,
 QImage tinted(const QImage& glyph, const QColor& color);
 
 } // namespace StatusGlyph
+
+} // namespace tk

@@ -8,6 +8,9 @@
 #include <optional>
 
 class QImage;
+
+namespace tk {
+
 struct GlyphImage;
 
 // A mouse-up on the status item's button, with the modifier keys held at that moment.
@@ -58,3 +61,5 @@ public:
     // plain clicks still reach the click handler. An entry's action runs when it is chosen.
     virtual void popUpMenu(const QList<MenuEntry>& menu) = 0;
 };
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <QPointer>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 // The picture follows the hiding state only; an outstanding request shows in the tooltip.
@@ -48,3 +50,5 @@ void AppDelegate::showMenu()
          }},
     });
 }
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace tk {
+
 // Who this application is to the system.
 namespace Identity {
 
@@ -10,3 +12,5 @@ inline const QString name = QStringLiteral("Tuckaway");
 inline const QString version = QStringLiteral(TUCKAWAY_VERSION);
 
 } // namespace Identity
+
+} // namespace tk

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+namespace tk {
+
 Rect Rect::null()
 {
     const double inf = std::numeric_limits<double>::infinity();
@@ -77,3 +79,5 @@ QString shortestNumber(double value)
         return QStringLiteral("0"); // -0 as well
     return QString::number(value, 'g', QLocale::FloatingPointShortest);
 }
+
+} // namespace tk

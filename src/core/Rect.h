@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace tk {
+
 // A rectangle in points. The same type serves every coordinate space; which one a
 // value lives in is said where it is produced (accessibility space: origin at the
 // top-left of the primary screen, y down; screen space: origin bottom-left, y up).
@@ -37,3 +39,5 @@ struct Rect {
 
 // The shortest text that reads back as the same double; integral values carry no point.
 QString shortestNumber(double value);
+
+} // namespace tk

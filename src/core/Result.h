@@ -5,6 +5,8 @@
 #include <utility>
 #include <variant>
 
+namespace tk {
+
 // A failure as the system reports it: a domain, a code and a description that is
 // shown to people (a table key for our own errors, the platform's text otherwise).
 struct Error {
@@ -33,3 +35,5 @@ public:
 private:
     std::variant<T, Error> m_state;
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+namespace tk {
+
 namespace {
 
 class QtTimer final : public Timer {
@@ -53,3 +55,5 @@ std::unique_ptr<Timer> SystemTimeSource::createTimer(std::function<void()> handl
 {
     return std::make_unique<QtTimer>(std::move(handler));
 }
+
+} // namespace tk

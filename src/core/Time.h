@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 
+namespace tk {
+
 // A one-shot or repeating timer that calls its handler on the thread that owns it
 // (the main thread, for every timer of the application).
 class Timer {
@@ -39,3 +41,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include <QSettings>
 
+namespace tk {
+
 namespace {
 
 bool holds(const QVariant& value, QMetaType::Type type)
@@ -91,3 +93,5 @@ void SettingsUserDefaults::store(const QString& key, const QVariant& value)
     d->settings->setValue(key, value);
     d->settings->sync();
 }
+
+} // namespace tk

@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+namespace tk {
+
 // A persistent key-value store of bytes, strings, string lists and Booleans under
 // string keys. Reads are typed: a value stored under a key with another type reads
 // as absent, so a damaged or foreign entry never turns into a wrong value.
@@ -62,3 +64,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 #include <QIODevice>
 #include <QSaveFile>
 
+namespace tk {
+
 namespace DiagnosticRun {
 
 QString text(const QString& report, bool backendAvailable)
@@ -36,3 +38,5 @@ void start(Inspector& inspector, const QString& path, std::function<bool()> isBa
 }
 
 } // namespace DiagnosticRun
+
+} // namespace tk

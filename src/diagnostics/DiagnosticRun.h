@@ -4,8 +4,11 @@
 #include <functional>
 #include <optional>
 
-class Inspector;
 class QIODevice;
+
+namespace tk {
+
+class Inspector;
 
 // The command-line diagnostic run: a fresh scan, its report in Spanish and one line on
 // the private hiding backend, written to a file. Main thread.
@@ -28,3 +31,5 @@ void start(Inspector& inspector, const QString& path, std::function<bool()> isBa
            QIODevice& errors, std::function<void(bool written)> finished);
 
 } // namespace DiagnosticRun
+
+} // namespace tk

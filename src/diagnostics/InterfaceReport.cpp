@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -63,3 +65,5 @@ bool InterfaceReport::write(const QString& reportPath, const QImage& image) cons
         writeAtomically(QFileInfo(reportPath).dir().filePath(imageFileName), png);
     return writeAtomically(reportPath, json());
 }
+
+} // namespace tk

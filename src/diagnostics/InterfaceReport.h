@@ -8,6 +8,8 @@
 
 class QImage;
 
+namespace tk {
+
 // The interface report: where the settings window stands and what state the application
 // is in, for a person or a script checking the interface from outside. Rectangles are in
 // screen space (origin at the bottom-left of the primary screen, y up).
@@ -38,3 +40,5 @@ struct InterfaceReport {
     // the earlier file as it was; answers whether the JSON was written.
     bool write(const QString& reportPath, const QImage& image) const;
 };
+
+} // namespace tk

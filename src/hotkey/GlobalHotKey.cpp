@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace tk {
+
 namespace {
 
 const QString disabledLine = QStringLiteral("Atajo desactivado.");
@@ -113,3 +115,5 @@ HotKeyService::Status GlobalHotKey::handlePress(const std::optional<HotKeyServic
         action();
     return HotKeyService::noError;
 }
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <functional>
 #include <optional>
 
+namespace tk {
+
 // The one system-wide shortcut: registers the settings record's shortcut with the hot key
 // service, calls the action on every press and describes the outcome in a Spanish status
 // line (translated only when shown).
@@ -55,3 +57,5 @@ private:
     Action m_action;
     QString m_status;
 };
+
+} // namespace tk

@@ -4,6 +4,8 @@
 #include <functional>
 #include <optional>
 
+namespace tk {
+
 // The system's hot key service as the shortcut needs it. It speaks the Mac's vocabulary
 // (virtual key codes of the ANSI layout, the event manager's modifier masks, status codes
 // where 0 is success), so the Mac's own service is a plain translation and every other
@@ -61,3 +63,5 @@ public:
     virtual Answer<KeyRef> registerHotKey(quint32 keyCode, quint32 modifiers, HotKeyId id) = 0;
     virtual void unregisterHotKey(KeyRef ref) = 0;
 };
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace tk {
+
 // The global shortcut as the settings record keeps it: names, not key codes.
 struct HotKeySettings {
     // Known names: key "M", "B", "Space"; modifiers "controlOptionCommand", "controlOption",
@@ -14,3 +16,5 @@ struct HotKeySettings {
 
     friend bool operator==(const HotKeySettings&, const HotKeySettings&) = default;
 };
+
+} // namespace tk

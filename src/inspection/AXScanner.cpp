@@ -2,6 +2,8 @@
 
 #include "core/Time.h"
 
+namespace tk {
+
 namespace AXScanner {
 namespace {
 
@@ -199,3 +201,5 @@ QString actionListText(const QStringList& actions)
 }
 
 } // namespace AXScanner
+
+} // namespace tk

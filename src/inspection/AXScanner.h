@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <optional>
 
+namespace tk {
+
 class TimeSource;
 
 // One running application to scan.
@@ -65,4 +67,6 @@ QString actionListText(const QStringList& actions);
 
 } // namespace AXScanner
 
-Q_DECLARE_METATYPE(ExternalItem)
+} // namespace tk
+
+Q_DECLARE_METATYPE(tk::ExternalItem)

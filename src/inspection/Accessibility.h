@@ -9,6 +9,8 @@
 #include <memory>
 #include <optional>
 
+namespace tk {
+
 // An accessibility element of another process. Opaque: only the accessibility
 // implementation that made it can read it. Held for as long as a reference lives.
 class AXElement {
@@ -75,3 +77,5 @@ public:
     // trust state at the time of the call.
     virtual bool promptForTrust() = 0;
 };
+
+} // namespace tk

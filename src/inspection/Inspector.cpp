@@ -8,6 +8,8 @@
 #include <QtConcurrent/QtConcurrentRun>
 #include <vector>
 
+namespace tk {
+
 struct Inspector::Task {
     QFutureWatcher<ScanResult>* walk = nullptr; // a child of the inspector
     std::vector<std::function<void()>> waiters;
@@ -120,3 +122,5 @@ void Inspector::setIsScanning(bool scanning)
     m_isScanning = scanning;
     Q_EMIT isScanningChanged(m_isScanning);
 }
+
+} // namespace tk

@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 
+namespace tk {
+
 class Accessibility;
 class TimeSource;
 class Workspace;
@@ -77,3 +79,5 @@ private:
     QString m_report = initialReport;
     bool m_isScanning = false;
 };
+
+} // namespace tk

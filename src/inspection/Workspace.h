@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace tk {
+
 struct RunningApplication {
     qint32 pid = 0;
     std::optional<QString> bundleIdentifier;
@@ -23,3 +25,5 @@ public:
     // As the platform words it, e.g. "Version 27.0 (Build 27A100)".
     virtual QString operatingSystemVersionString() const = 0;
 };
+
+} // namespace tk

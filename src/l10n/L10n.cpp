@@ -9,6 +9,8 @@
 #include <atomic>
 #include <vector>
 
+namespace tk {
+
 namespace L10n {
 namespace {
 
@@ -140,3 +142,5 @@ QString text(const QString& spanish, const std::optional<QString>& language)
 }
 
 } // namespace L10n
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <optional>
 
+namespace tk {
+
 class UserDefaults;
 
 // Every text is written in Spanish and translated when shown.
@@ -40,3 +42,5 @@ void setStandardDefaults(const UserDefaults* defaults);
 QString text(const QString& spanish, const std::optional<QString>& language = std::nullopt);
 
 } // namespace L10n
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "l10n/L10n.h"
 
+namespace tk {
+
 namespace L10n::detail {
 
 // Spanish text and its English rendering, one row per text the interface shows. Keys must stay
@@ -138,3 +140,5 @@ QList<QPair<QString, QString>> tableRows()
 }
 
 } // namespace L10n::detail
+
+} // namespace tk

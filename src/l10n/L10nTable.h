@@ -4,6 +4,8 @@
 #include <QPair>
 #include <QString>
 
+namespace tk {
+
 namespace L10n::detail {
 
 // Every (Spanish, English) pair of the interface, in a fixed order; `english()` and
@@ -11,3 +13,5 @@ namespace L10n::detail {
 QList<QPair<QString, QString>> tableRows();
 
 } // namespace L10n::detail
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace tk {
+
 class Accessibility;
 class DesktopServices;
 class FilePanels;
@@ -47,3 +49,5 @@ struct PlatformOrError {
     QString error;
 };
 PlatformOrError createPlatform(const PlatformOptions& options);
+
+} // namespace tk

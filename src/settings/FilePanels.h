@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace tk {
+
 // Modal file panels. Each returns the chosen location, or nothing when the person
 // cancels.
 class FilePanels {
@@ -13,3 +15,5 @@ public:
     // Files only, one at a time.
     virtual std::optional<QString> chooseFileToOpen() = 0;
 };
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace tk {
+
 // The system's launch-at-login registration of this application.
 class LoginItemService {
 public:
@@ -15,3 +17,5 @@ public:
     virtual std::optional<Error> registerApp() = 0;
     virtual std::optional<Error> unregisterApp() = 0;
 };
+
+} // namespace tk

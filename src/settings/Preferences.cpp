@@ -4,6 +4,8 @@
 #include "l10n/L10n.h"
 #include "settings/LoginItemService.h"
 
+namespace tk {
+
 Preferences::Preferences(UserDefaults& defaults, LoginItemService& loginItems,
                          FilePanels& filePanels, QObject* parent)
     : QObject(parent),
@@ -106,3 +108,5 @@ void Preferences::setHidden(const QString& bundle, bool hidden)
         setData(record);
     }
 }
+
+} // namespace tk

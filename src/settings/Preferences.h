@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+namespace tk {
+
 class FilePanels;
 class LoginItemService;
 class UserDefaults;
@@ -95,3 +97,5 @@ private:
     bool m_hasBackup = false;
     bool m_loginEnabled = false;
 };
+
+} // namespace tk

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <initializer_list>
 
+namespace tk {
+
 namespace {
 
 constexpr QStringView versionKey = u"version";
@@ -352,3 +354,5 @@ Result<SettingsData> SettingsData::decoded(const QByteArray& json)
         return decodingError(*reader.failure());
     return record;
 }
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <optional>
 
+namespace tk {
+
 // Every choice Tuckaway keeps between runs. A plain value: copied, compared and
 // replaced whole. Records from outside the running application pass `validated()`.
 struct SettingsData {
@@ -37,3 +39,5 @@ struct SettingsData {
 
     friend bool operator==(const SettingsData&, const SettingsData&) = default;
 };
+
+} // namespace tk

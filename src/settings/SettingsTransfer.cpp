@@ -12,6 +12,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+namespace tk {
+
 namespace {
 
 constexpr qint64 largestImport = 999'999;
@@ -147,3 +149,5 @@ void Preferences::setLogin(bool enabled)
     else
         setNotice(QStringLiteral("Inicio de sesión actualizado."));
 }
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -59,3 +61,5 @@ void AboutSection::render()
                                    u"cambiar con una actualización. No requiere grabación de "
                                    u"pantalla."_s));
 }
+
+} // namespace tk

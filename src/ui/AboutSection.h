@@ -4,6 +4,8 @@
 
 class QLabel;
 
+namespace tk {
+
 // Who we are: icon, name, version, credit and rights, and a word on the hiding mechanism.
 class AboutSection final : public SectionView {
     Q_OBJECT
@@ -23,3 +25,5 @@ private:
     QLabel* m_rights;
     QLabel* m_note;
 };
+
+} // namespace tk

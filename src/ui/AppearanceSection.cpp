@@ -11,6 +11,8 @@
 #include <QPainterPath>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -111,3 +113,5 @@ void AppearanceSection::renderPreview(const Preview& preview, bool collapsed)
     preview.image->setAccessibleName(glyph.accessibilityDescription);
     preview.caption->setText(m_context.text(collapsed ? u"Colapsado"_s : u"Expandido"_s));
 }
+
+} // namespace tk

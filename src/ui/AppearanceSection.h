@@ -2,9 +2,12 @@
 
 #include "ui/ViewContext.h"
 
-class ChoicePicker;
 class QHBoxLayout;
 class QLabel;
+
+namespace tk {
+
+class ChoicePicker;
 
 // The status item's symbol, with a live preview of both of its states.
 class AppearanceSection final : public SectionView {
@@ -43,3 +46,5 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
 };
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+namespace tk {
+
 ChoicePicker::ChoicePicker(Kind kind, QWidget* parent)
     : QWidget(parent), m_kind(kind), m_label(new QLabel(this)), m_group(new QButtonGroup(this))
 {
@@ -105,3 +107,5 @@ void ChoicePicker::choose(const QString& value)
     if (QAbstractButton* button = buttonFor(value))
         button->click();
 }
+
+} // namespace tk

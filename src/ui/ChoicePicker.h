@@ -9,6 +9,8 @@ class QBoxLayout;
 class QButtonGroup;
 class QLabel;
 
+namespace tk {
+
 // A labelled choice among a few values: a row of joined segments, or a column of radio
 // buttons. It shows what it is told and reports a person's choice; it never keeps the
 // value itself.
@@ -49,3 +51,5 @@ private:
     QButtonGroup* m_group;
     QStringList m_values;
 };
+
+} // namespace tk

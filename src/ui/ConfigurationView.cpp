@@ -26,6 +26,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -201,3 +203,5 @@ void ConfigurationView::saveReport()
     const std::optional<QString> failure = writeAtomically(*location, report.toUtf8());
     m_context->preferences.setNotice(failure.value_or(u"Informe guardado."_s));
 }
+
+} // namespace tk

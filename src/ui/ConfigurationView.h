@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+namespace tk {
+
 class Accessibility;
 class FilePanels;
 class Inspector;
@@ -93,3 +95,5 @@ private:
     std::unique_ptr<ViewContext> m_context;
     std::unique_ptr<Parts> m_parts;
 };
+
+} // namespace tk

@@ -11,6 +11,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -264,3 +266,5 @@ void GeneralSection::renderButtons()
         button->setText(m_context.text(key));
     m_recover->setEnabled(m_context.preferences.hasBackup());
 }
+
+} // namespace tk

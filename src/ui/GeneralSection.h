@@ -4,10 +4,14 @@
 
 #include <QList>
 
-class ChoicePicker;
 class QCheckBox;
 class QLabel;
 class QPushButton;
+
+namespace tk {
+
+class ChoicePicker;
+
 struct HotKeySettings;
 struct SettingsData;
 
@@ -67,3 +71,5 @@ private:
     QList<QPair<QPushButton*, QString>> m_buttons;
     QPushButton* m_recover = nullptr;
 };
+
+} // namespace tk

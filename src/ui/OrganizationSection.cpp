@@ -15,6 +15,8 @@
 #include <QPushButton>
 #include <QStyledItemDelegate>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -208,3 +210,5 @@ void OrganizationSection::fillList(const QList<ConfigurationView::ListedApp>& ap
     const int rowHeight = apps.isEmpty() ? 0 : m_list->sizeHintForRow(0);
     m_list->setFixedHeight(rows * rowHeight + 2 * m_list->frameWidth());
 }
+
+} // namespace tk

@@ -2,11 +2,14 @@
 
 #include "ui/ViewContext.h"
 
-class ChoicePicker;
 class QLabel;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
+
+namespace tk {
+
+class ChoicePicker;
 
 // Which applications a collapse hides: the mode, and in "manual" mode the list of them.
 class OrganizationSection final : public SectionView {
@@ -35,3 +38,5 @@ private:
     QLabel* m_warning;
     QLabel* m_count;
 };
+
+} // namespace tk

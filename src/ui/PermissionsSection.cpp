@@ -14,6 +14,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -109,3 +111,5 @@ void PermissionsSection::renderReport()
     m_reportLanguage = language;
     m_report->setPlainText(L10n::text(report, language));
 }
+
+} // namespace tk

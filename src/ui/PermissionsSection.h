@@ -8,6 +8,8 @@ class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
+namespace tk {
+
 // Whether this copy may read other applications' items and whether hiding can work, the
 // ways to grant access, and the last scan's report.
 class PermissionsSection final : public SectionView {
@@ -36,3 +38,5 @@ private:
     std::optional<QString> m_reportSource;
     QString m_reportLanguage;
 };
+
+} // namespace tk

@@ -1,5 +1,7 @@
 #pragma once
 
+namespace tk {
+
 // The system's own privacy settings, where a person grants this copy access.
 class PrivacySettings {
 public:
@@ -9,3 +11,5 @@ public:
     // system cannot show it.
     virtual void openAccessibilityPane() = 0;
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 
 #include <QVBoxLayout>
 
+namespace tk {
+
 QString ViewContext::text(const QString& spanish) const
 {
     return L10n::text(spanish, preferences.language());
@@ -44,3 +46,5 @@ void SectionView::add(QLayout* row)
 {
     m_column->addLayout(row);
 }
+
+} // namespace tk

@@ -6,8 +6,12 @@
 #include <QWidget>
 #include <functional>
 
-class Inspector;
 class QVBoxLayout;
+
+namespace tk {
+
+class Inspector;
+
 class Preferences;
 class VisibilityController;
 struct SettingsData;
@@ -51,3 +55,5 @@ protected:
 private:
     QVBoxLayout* m_column;
 };
+
+} // namespace tk

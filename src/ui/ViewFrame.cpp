@@ -14,6 +14,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -190,3 +192,5 @@ void FooterBar::render()
     m_apply->setText(m_context.text(u"Aplicar y ocultar"_s));
     m_apply->setEnabled(!scanning && !m_context.visibility.pending());
 }
+
+} // namespace tk

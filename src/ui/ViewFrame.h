@@ -6,6 +6,9 @@
 
 class QLabel;
 class QPushButton;
+
+namespace tk {
+
 struct ViewContext;
 
 // The top row: our icon and name, the hiding state and "Mostrar todo".
@@ -72,3 +75,5 @@ private:
     QLabel* m_needsApply;
     QPushButton* m_apply;
 };
+
+} // namespace tk

@@ -9,6 +9,8 @@
 #include <QPixmap>
 #include <QSizePolicy>
 
+namespace tk {
+
 namespace ViewStyle {
 
 namespace {
@@ -107,3 +109,5 @@ QFrame* divider(QWidget* parent)
 }
 
 } // namespace ViewStyle
+
+} // namespace tk

@@ -11,6 +11,8 @@ class QLabel;
 class QPixmap;
 class QWidget;
 
+namespace tk {
+
 // The text styles and colours of the settings view, scaled from the body font so that they
 // keep their proportions on every platform (13-point body text on macOS).
 namespace ViewStyle {
@@ -39,3 +41,5 @@ QPixmap appIcon(const std::function<QImage(int)>& bundleIcon, int points);
 QFrame* divider(QWidget* parent);
 
 } // namespace ViewStyle
+
+} // namespace tk

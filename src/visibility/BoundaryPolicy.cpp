@@ -5,6 +5,8 @@
 #include <QHash>
 #include <cmath>
 
+namespace tk {
+
 namespace BoundaryPolicy {
 
 namespace {
@@ -62,3 +64,5 @@ QSet<QString> hidden(const QList<PositionedItem>& items, const Rect& boundary)
 }
 
 } // namespace BoundaryPolicy
+
+} // namespace tk

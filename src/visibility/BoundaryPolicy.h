@@ -7,6 +7,8 @@
 #include <QString>
 #include <optional>
 
+namespace tk {
+
 // A menu-bar item and where it stands, in accessibility space (origin at the top-left
 // of the primary screen, y down). No frame when the item would not tell.
 struct PositionedItem {
@@ -25,3 +27,5 @@ namespace BoundaryPolicy {
 QSet<QString> hidden(const QList<PositionedItem>& items, const Rect& boundary);
 
 } // namespace BoundaryPolicy
+
+} // namespace tk

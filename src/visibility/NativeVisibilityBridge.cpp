@@ -1,5 +1,7 @@
 #include "NativeVisibilityBridge.h"
 
+namespace tk {
+
 Error NativeVisibilityBridge::error(const QString& description)
 {
     return Error{errorDomain, 1, description};
@@ -9,3 +11,5 @@ Error NativeVisibilityBridge::exceptionError(const QString& name, const QString&
 {
     return error(QStringLiteral("%1: %2").arg(name, reason));
 }
+
+} // namespace tk

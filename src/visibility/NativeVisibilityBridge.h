@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+namespace tk {
+
 // An object that came from the visibility framework. Callers never look inside: they
 // keep it and hand it back for invalidation. Any such object may be handed back, an
 // assertion or not; only assertions react.
@@ -52,3 +54,5 @@ public:
     // What a framework exception with this name and reason becomes ("name: reason").
     static Error exceptionError(const QString& name, const QString& reason);
 };
+
+} // namespace tk

@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QThread>
 
+namespace tk {
+
 namespace {
 
 const QString initialMessage = QStringLiteral("Ocultación experimental desactivada.");
@@ -218,3 +220,5 @@ void VisibilityController::setMessage(const QString& message)
     m_message = message;
     emit messageChanged(message);
 }
+
+} // namespace tk

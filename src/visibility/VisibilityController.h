@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+namespace tk {
+
 class NativeObject;
 class NativeVisibilityBridge;
 class TimeSource;
@@ -92,3 +94,5 @@ private:
     QSet<QString> m_hiddenTargets;
     bool m_refreshNeeded = false;
 };
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace tk {
+
 namespace VisibilityPolicy {
 
 const QSet<QString>& protectedBundles()
@@ -39,3 +41,5 @@ QStringList allowed(const QSet<QString>& running, const QSet<QString>& hidden, c
 }
 
 } // namespace VisibilityPolicy
+
+} // namespace tk

@@ -3,6 +3,8 @@
 #include <QSet>
 #include <QStringList>
 
+namespace tk {
+
 // Turns "hide these" into the allow-list the visibility framework wants, and names
 // the system processes whose items are never hidden.
 namespace VisibilityPolicy {
@@ -15,3 +17,5 @@ const QSet<QString>& protectedBundles();
 QStringList allowed(const QSet<QString>& running, const QSet<QString>& hidden, const QString& own);
 
 } // namespace VisibilityPolicy
+
+} // namespace tk

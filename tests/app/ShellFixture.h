@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "app/DesktopServices.h"
 #include "app/SettingsWindow.h"
 #include "core/UserDefaults.h"
@@ -21,6 +22,8 @@
 #include <QTest>
 #include <QThreadPool>
 #include <memory>
+
+namespace tk {
 
 // The application on the simulated desktop with virtual time, as a person would use it.
 struct Shell {
@@ -54,7 +57,7 @@ struct Shell {
     AppDelegate::LaunchOutcome launch(QStringList arguments = {})
     {
         arguments.prepend(QStringLiteral("/Applications/Tuckaway.app/Contents/MacOS/Tuckaway"));
-        return app->applicationDidFinishLaunching(arguments);
+        return app->applicationDidFinishLaunching(CommandLine::parse(arguments));
     }
 
     // Launched, first deliveries made and the initial scan over.
@@ -172,3 +175,5 @@ private:
     QSemaphore m_gate;
     bool m_released = false;
 };
+
+} // namespace tk

@@ -9,6 +9,8 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 
+using namespace tk;
+
 using namespace Qt::StringLiterals;
 
 namespace {

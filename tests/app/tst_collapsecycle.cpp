@@ -1,6 +1,8 @@
 #include "ShellFixture.h"
 #include "app/StatusGlyph.h"
 
+using namespace tk;
+
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+using namespace tk;
+
 using Path = std::optional<QString>;
 
 class TestCommandLine : public QObject {

@@ -8,6 +8,8 @@
 #include <QtMath>
 #include <utility>
 
+using namespace tk;
+
 namespace {
 
 const QString chevron = StatusGlyph::dotsChevronStyle;

@@ -6,6 +6,8 @@
 #include <QTest>
 #include <limits>
 
+using namespace tk;
+
 class TestCore : public QObject {
     Q_OBJECT
 

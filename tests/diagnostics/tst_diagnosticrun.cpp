@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace tk;
+
 namespace {
 
 class EmptyWorkspace final : public Workspace {

@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace tk;
+
 namespace {
 
 using Combination = SimHotKeyService::Combination;

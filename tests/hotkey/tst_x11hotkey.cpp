@@ -10,6 +10,8 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
+using namespace tk;
+
 namespace {
 
 constexpr xcb_keysym_t keysymB = 0x62;

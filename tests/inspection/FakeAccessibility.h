@@ -7,6 +7,8 @@
 #include <QMutexLocker>
 #include <functional>
 
+namespace tk {
+
 // Accessibility trees written as literals, for tests that need exact control over what
 // every read answers. Counts the reads so tests can tell what was never asked.
 class FakeElement final : public AXElement {
@@ -179,3 +181,5 @@ private:
     QList<qint32> m_applicationsAsked;
     QList<double> m_timeouts;
 };
+
+} // namespace tk

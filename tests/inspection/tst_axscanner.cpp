@@ -5,6 +5,8 @@
 #include <QTest>
 #include <QTimeZone>
 
+using namespace tk;
+
 using fake::item;
 using fake::node;
 

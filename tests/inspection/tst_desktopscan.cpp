@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace tk;
+
 // The scanner and the inspector on the built-in simulated desktop, through the default
 // scanner and permission check.
 class TestDesktopScan : public QObject {

@@ -7,6 +7,8 @@
 #include <QTest>
 #include <atomic>
 
+using namespace tk;
+
 namespace {
 
 class FakeWorkspace final : public Workspace {

@@ -8,6 +8,8 @@
 #include <latch>
 #include <thread>
 
+using namespace tk;
+
 namespace {
 
 const QString en = QStringLiteral("en");
@@ -52,9 +54,9 @@ void TestL10n::concurrentFirstUseSeesOneCompleteTable()
     std::array<Seen, threadCount> seen;
     std::latch start(threadCount);
     {
-        std::array<std::jthread, threadCount> threads;
+        std::array<std::thread, threadCount> threads;
         for (int i = 0; i < threadCount; ++i) {
-            threads[i] = std::jthread([&, i] {
+            threads[i] = std::thread([&, i] {
                 start.arrive_and_wait();
                 seen[i].shown = L10n::text(QStringLiteral("Mostrar todo y pausar ya"), en);
                 seen[i].table = &L10n::english();
@@ -62,6 +64,8 @@ void TestL10n::concurrentFirstUseSeesOneCompleteTable()
                 seen[i].rows = L10n::fragments().size();
             });
         }
+        for (std::thread& thread : threads)
+            thread.join();
     }
     for (const Seen& s : seen) {
         QCOMPARE(s.shown, QStringLiteral("Show all and pause ya"));

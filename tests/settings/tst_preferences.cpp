@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace tk;
+
 namespace {
 
 const QString incompatible =

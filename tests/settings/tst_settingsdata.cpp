@@ -5,6 +5,8 @@
 #include <QJsonObject>
 #include <QTest>
 
+using namespace tk;
+
 Q_DECLARE_METATYPE(SettingsData)
 
 using namespace Qt::StringLiterals;

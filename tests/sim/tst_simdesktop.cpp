@@ -10,6 +10,8 @@
 #include <QTest>
 #include <thread>
 
+using namespace tk;
+
 using namespace Qt::StringLiterals;
 
 namespace {

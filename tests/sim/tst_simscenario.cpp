@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace tk;
+
 using namespace Qt::StringLiterals;
 
 class TestSimScenario : public QObject {

@@ -10,6 +10,8 @@
 #include <QMenu>
 #include <QTemporaryDir>
 
+using namespace tk;
+
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -22,6 +22,8 @@
 #include <atomic>
 #include <memory>
 
+namespace tk {
+
 // Save panels that answer from a script and note every time they are shown.
 class RecordingPanels final : public FilePanels {
 public:
@@ -166,3 +168,5 @@ struct ViewFixture {
     int toggles = 0;
     int applies = 0;
 };
+
+} // namespace tk

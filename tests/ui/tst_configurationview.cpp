@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace tk;
+
 using namespace Qt::StringLiterals;
 using ListedApps = QList<ConfigurationView::ListedApp>;
 

@@ -10,6 +10,8 @@
 #include <QCoreApplication>
 #include <QTest>
 
+using namespace tk;
+
 namespace {
 
 using Behaviour = SimFrameworkBehaviour;

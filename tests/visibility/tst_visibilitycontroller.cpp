@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace tk;
+
 namespace {
 
 const QString own = QStringLiteral("zz.own");

@@ -4,6 +4,8 @@
 #include <QTest>
 #include <limits>
 
+using namespace tk;
+
 namespace {
 
 using Items = QList<PositionedItem>;

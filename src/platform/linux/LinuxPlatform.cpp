@@ -8,6 +8,8 @@
 
 #include <QCoreApplication>
 
+namespace tk {
+
 PlatformOrError createPlatform(const PlatformOptions& options)
 {
     SimScenario scenario = SimScenarioLoader::builtIn();
@@ -26,3 +28,5 @@ PlatformOrError createPlatform(const PlatformOptions& options)
     services.hotKeys = X11HotKeyService::forApplication(); // off X: the simulated service
     return {std::make_unique<SimPlatform>(std::move(services), std::move(scenario)), QString()};
 }
+
+} // namespace tk

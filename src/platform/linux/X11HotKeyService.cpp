@@ -10,6 +10,8 @@
 #include <vector>
 #include <xcb/xcb.h>
 
+namespace tk {
+
 namespace {
 
 // Keysyms of the keys the Mac's codes name (the lower-case letter, the space bar).
@@ -269,3 +271,5 @@ void X11HotKeyService::unregisterHotKey(KeyRef ref)
     d->ungrab(grab->second);
     d->grabs.erase(grab);
 }
+
+} // namespace tk

@@ -6,6 +6,8 @@
 
 struct xcb_connection_t;
 
+namespace tk {
+
 // Hot keys as passive key grabs on the root windows of an X display. The Mac's key codes
 // become the keys that produce the same keysyms; Command becomes Mod4 (Super), Option Mod1
 // (Alt). A grab another client already holds (BadAccess) is a taken combination. Presses
@@ -30,3 +32,5 @@ private:
     class Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+namespace tk {
+
 namespace {
 
 const QString fileErrorDomain = QStringLiteral("Tuckaway.File");
@@ -94,3 +96,5 @@ std::optional<Error> XdgAutostart::unregisterApp()
         return fileError(entry.errorString());
     return std::nullopt;
 }
+
+} // namespace tk

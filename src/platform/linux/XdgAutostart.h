@@ -4,6 +4,8 @@
 
 #include <QString>
 
+namespace tk {
+
 // Launch at login through an XDG autostart entry: a .desktop file in the user's
 // autostart folder, written atomically on register and removed on unregister.
 class XdgAutostart final : public LoginItemService {
@@ -23,3 +25,5 @@ private:
     QString m_configHome;
     QString m_executable;
 };
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace tk {
+
 // Hot keys through the Carbon event manager, on the application's own event target. Its
 // presses arrive through the main event loop, so on the main thread.
 class CarbonHotKeyService final : public HotKeyService {
@@ -20,3 +22,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

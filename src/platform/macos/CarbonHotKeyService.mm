@@ -3,6 +3,8 @@
 #include <Carbon/Carbon.h>
 #include <map>
 
+namespace tk {
+
 namespace {
 
 OSStatus hotKeyPressed(EventHandlerCallRef, EventRef event, void* userData)
@@ -74,3 +76,5 @@ void CarbonHotKeyService::unregisterHotKey(KeyRef ref)
 {
     UnregisterEventHotKey(reinterpret_cast<EventHotKeyRef>(static_cast<quintptr>(ref)));
 }
+
+} // namespace tk

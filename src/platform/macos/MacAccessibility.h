@@ -2,6 +2,8 @@
 
 #include "inspection/Accessibility.h"
 
+namespace tk {
+
 // The system's Accessibility C API. Every value read is checked for its type and handed
 // on as it came; the rules about what to read and what a value means are portable code.
 class MacAccessibility final : public Accessibility {
@@ -15,3 +17,5 @@ public:
     bool isProcessTrusted() override;
     bool promptForTrust() override;
 };
+
+} // namespace tk

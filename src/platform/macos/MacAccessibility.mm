@@ -3,6 +3,8 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <CoreFoundation/CoreFoundation.h>
 
+namespace tk {
+
 namespace {
 
 // Owns one reference to an accessibility element for as long as any holder keeps it.
@@ -185,3 +187,5 @@ bool MacAccessibility::promptForTrust()
     CFRelease(options);
     return trusted;
 }
+
+} // namespace tk

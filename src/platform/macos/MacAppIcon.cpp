@@ -6,6 +6,8 @@
 #include <memory>
 #include <type_traits>
 
+namespace tk {
+
 namespace {
 
 struct CFReleaser {
@@ -86,3 +88,5 @@ QImage bundleIcon(int pixelSize)
 }
 
 } // namespace MacAppIcon
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include <QImage>
 
+namespace tk {
+
 namespace MacAppIcon {
 
 // The bundle's "AppIcon.icns" drawn at `pixelSize` × `pixelSize` pixels, or a null image
@@ -9,3 +11,5 @@ namespace MacAppIcon {
 QImage bundleIcon(int pixelSize);
 
 } // namespace MacAppIcon
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "app/DesktopServices.h"
 
+namespace tk {
+
 // The Mac's screens, pointer, workspace notifications, activation and status bar.
 // Objective-C stays in the implementation file.
 class MacDesktopServices final : public DesktopServices {
@@ -27,3 +29,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

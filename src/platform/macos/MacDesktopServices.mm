@@ -10,7 +10,7 @@
 // Answers the "reopen" Apple event, sent when the running application is opened again.
 @interface TKReopenHandler : NSObject {
 @public
-    DesktopServices* owner;
+    tk::DesktopServices* owner;
 }
 - (void)handleReopen:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
 @end
@@ -24,6 +24,8 @@
         Q_EMIT owner->reopenRequested();
 }
 @end
+
+namespace tk {
 
 namespace {
 
@@ -180,3 +182,5 @@ QImage MacDesktopServices::bundleIcon(int pixelSize) const
 {
     return MacAppIcon::bundleIcon(pixelSize);
 }
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "settings/LoginItemService.h"
 
+namespace tk {
+
 // Launch at login through the ServiceManagement registration of the main application.
 class MacLoginItems final : public LoginItemService {
 public:
@@ -9,3 +11,5 @@ public:
     std::optional<Error> registerApp() override;
     std::optional<Error> unregisterApp() override;
 };
+
+} // namespace tk

@@ -3,6 +3,8 @@
 #import <Foundation/Foundation.h>
 #import <ServiceManagement/ServiceManagement.h>
 
+namespace tk {
+
 namespace {
 
 Error errorFrom(NSError* error)
@@ -47,3 +49,5 @@ std::optional<Error> MacLoginItems::unregisterApp()
         return errorFrom(error);
     }
 }
+
+} // namespace tk

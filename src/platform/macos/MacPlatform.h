@@ -2,6 +2,8 @@
 
 #include "platform/Platform.h"
 
+namespace tk {
+
 // The Mac's own services. Only translation lives here; every rule is portable code.
 class MacPlatform final : public Platform {
 public:
@@ -23,3 +25,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

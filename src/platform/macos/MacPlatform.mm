@@ -11,6 +11,8 @@
 #include "platform/macos/MacWorkspace.h"
 #include "platform/qt/QtFilePanels.h"
 
+namespace tk {
+
 struct MacPlatform::Private {
     SettingsUserDefaults userDefaults; // QSettings' native format: the app's defaults domain
     SystemTimeSource time;
@@ -82,3 +84,5 @@ PlatformOrError createPlatform(const PlatformOptions&)
 {
     return {std::make_unique<MacPlatform>(), QString()};
 }
+
+} // namespace tk

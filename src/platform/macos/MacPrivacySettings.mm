@@ -2,6 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
+namespace tk {
+
 void MacPrivacySettings::openAccessibilityPane()
 {
     @autoreleasepool {
@@ -13,3 +15,5 @@ void MacPrivacySettings::openAccessibilityPane()
         [[NSWorkspace sharedWorkspace] openURL:pane];
     }
 }
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace tk {
+
 // The application's NSStatusItem. Objective-C stays in the implementation file.
 class MacStatusItem final : public StatusItem {
 public:
@@ -23,3 +25,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace tk

@@ -7,7 +7,7 @@
 // The button's target: reads the event being handled and hands it on as a click.
 @interface TKStatusItemTarget : NSObject {
 @public
-    StatusItem::ClickHandler handler;
+    tk::StatusItem::ClickHandler handler;
 }
 - (void)buttonClicked:(id)sender;
 @end
@@ -19,16 +19,16 @@
     NSEvent* event = NSApp.currentEvent;
     if (!handler || event == nil)
         return;
-    StatusItemEvent click;
-    click.kind = event.type == NSEventTypeRightMouseUp ? StatusItemEvent::Kind::RightMouseUp
-                                                       : StatusItemEvent::Kind::LeftMouseUp;
+    tk::StatusItemEvent click;
+    click.kind = event.type == NSEventTypeRightMouseUp ? tk::StatusItemEvent::Kind::RightMouseUp
+                                                       : tk::StatusItemEvent::Kind::LeftMouseUp;
     const NSEventModifierFlags flags = event.modifierFlags;
     click.option = (flags & NSEventModifierFlagOption) != 0;
     click.command = (flags & NSEventModifierFlagCommand) != 0;
     click.control = (flags & NSEventModifierFlagControl) != 0;
     click.shift = (flags & NSEventModifierFlagShift) != 0;
     // A copy: the handler may be replaced while it runs.
-    const StatusItem::ClickHandler current = handler;
+    const tk::StatusItem::ClickHandler current = handler;
     current(click);
 }
 @end
@@ -51,6 +51,8 @@
     action();
 }
 @end
+
+namespace tk {
 
 namespace {
 
@@ -171,3 +173,5 @@ void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
     d->menuTarget = target;
     [menu popUpMenuPositioningItem:nil atLocation:NSZeroPoint inView:button];
 }
+
+} // namespace tk

@@ -18,6 +18,8 @@
 - (void)invalidate;
 @end
 
+namespace tk {
+
 namespace {
 
 const char* const frameworkPath =
@@ -160,3 +162,5 @@ void MacVisibilityBridge::invalidate(const NativeObjectPtr& object)
         }
     }
 }
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "inspection/Workspace.h"
 
+namespace tk {
+
 // NSWorkspace, NSProcessInfo and the main bundle, as they answer.
 class MacWorkspace final : public Workspace {
 public:
@@ -10,3 +12,5 @@ public:
     std::optional<QString> mainBundleIdentifier() const override;
     QString operatingSystemVersionString() const override;
 };
+
+} // namespace tk

@@ -3,6 +3,8 @@
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
 
+namespace tk {
+
 namespace {
 
 std::optional<QString> optionalString(NSString* string)
@@ -42,3 +44,5 @@ QString MacWorkspace::operatingSystemVersionString() const
         return QString::fromNSString(NSProcessInfo.processInfo.operatingSystemVersionString);
     }
 }
+
+} // namespace tk

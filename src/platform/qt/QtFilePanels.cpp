@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileDialog>
 
+namespace tk {
+
 namespace {
 
 std::optional<QString> run(QFileDialog& dialog)
@@ -29,3 +31,5 @@ std::optional<QString> QtFilePanels::chooseFileToOpen()
     dialog.setFileMode(QFileDialog::ExistingFile);
     return run(dialog);
 }
+
+} // namespace tk

@@ -2,9 +2,13 @@
 
 #include "settings/FilePanels.h"
 
+namespace tk {
+
 // Modal QFileDialog panels (native panels where the platform has them).
 class QtFilePanels final : public FilePanels {
 public:
     std::optional<QString> chooseSaveLocation(const QString& proposedName) override;
     std::optional<QString> chooseFileToOpen() override;
 };
+
+} // namespace tk

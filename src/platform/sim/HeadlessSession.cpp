@@ -15,6 +15,8 @@
 #include <QImageWriter>
 #include <QTextStream>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 HeadlessSession::HeadlessSession(SimPlatform& platform, AppDelegate& app, QTextStream& out,
@@ -258,3 +260,5 @@ QString HeadlessSession::text(const QString& spanish) const
 {
     return SimulatorTexts::text(spanish, m_app.preferences().language());
 }
+
+} // namespace tk

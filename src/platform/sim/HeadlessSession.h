@@ -6,8 +6,12 @@
 #include <functional>
 #include <memory>
 
-class AppDelegate;
 class QTextStream;
+
+namespace tk {
+
+class AppDelegate;
+
 class SimPlatform;
 class Timer;
 
@@ -78,3 +82,5 @@ private:
     bool m_pictureFailed = false;
     std::unique_ptr<Timer> m_poll;
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QStringList>
 
+namespace tk {
+
 // File panels that answer from a script instead of asking a person: each call takes
 // the next prepared answer (a path, or nothing for a cancelled panel).
 class ScriptedFilePanels final : public FilePanels {
@@ -32,3 +34,5 @@ private:
     QStringList m_proposedNames;
     int m_openPanels = 0;
 };
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <thread>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -286,3 +288,5 @@ bool SimAccessibility::answersInTime(double responseDelay, double timeout)
         std::this_thread::sleep_for(std::chrono::duration<double>(cost));
     return answers;
 }
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "inspection/Accessibility.h"
 
+namespace tk {
+
 class SimDesktop;
 class TimeSource;
 
@@ -33,3 +35,5 @@ private:
     SimDesktop& m_desktop;
     TimeSource& m_time;
 };
+
+} // namespace tk

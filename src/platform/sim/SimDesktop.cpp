@@ -5,6 +5,8 @@
 
 #include <limits>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 struct SimDesktop::Layout {
@@ -276,5 +278,7 @@ void SimDesktop::republish()
         state->barFrames.resize(app->items.size());
         world->applications.insert(app->pid, std::move(state));
     }
-    m_state.store(std::move(world));
+    std::atomic_store(&m_state, std::shared_ptr<const SimWorldState>(std::move(world)));
 }
+
+} // namespace tk

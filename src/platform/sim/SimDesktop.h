@@ -9,6 +9,8 @@
 #include <memory>
 #include <optional>
 
+namespace tk {
+
 class UserDefaults;
 
 // One running application as the accessibility interface sees it at one moment:
@@ -101,7 +103,7 @@ public:
     Rect toScreenSpace(const Rect& accessibilityRect) const;
 
     // The world as of the last change.
-    std::shared_ptr<const SimWorldState> state() const { return m_state.load(); }
+    std::shared_ptr<const SimWorldState> state() const { return std::atomic_load(&m_state); }
 
 signals:
     void menuBarChanged();
@@ -128,5 +130,9 @@ private:
     int m_place = 0;
     std::atomic<bool> m_trusted{true};
     std::atomic<int> m_trustPrompts{0};
-    std::atomic<std::shared_ptr<const SimWorldState>> m_state;
+    // Read and replaced only through std::atomic_load and std::atomic_store: libc++ has
+    // no std::atomic<std::shared_ptr>.
+    std::shared_ptr<const SimWorldState> m_state;
 };
+
+} // namespace tk

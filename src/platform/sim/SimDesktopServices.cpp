@@ -7,6 +7,8 @@
 #include <QImage>
 #include <QWidget>
 
+namespace tk {
+
 SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
     : DesktopServices(parent), m_desktop(desktop)
 {
@@ -80,3 +82,5 @@ QImage SimDesktopServices::bundleIcon(int) const
 {
     return {};
 }
+
+} // namespace tk

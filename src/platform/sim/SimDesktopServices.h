@@ -5,6 +5,8 @@
 
 #include <QPointer>
 
+namespace tk {
+
 class SimDesktop;
 
 // The shell's view of the simulated desktop: its screens, a pointer and mouse buttons that
@@ -62,3 +64,5 @@ private:
     int m_statusItemCount = 0;
     QPointer<SimStatusItem> m_statusItem;
 };
+
+} // namespace tk

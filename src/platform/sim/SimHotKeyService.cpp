@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace tk {
+
 std::optional<SimHotKeyService::Combination>
 SimHotKeyService::Combination::fromNames(const QString& key, const QString& modifiers)
 {
@@ -93,3 +95,5 @@ QList<SimHotKeyService::Registration> SimHotKeyService::registrations() const
         result.append(entry.second);
     return result;
 }
+
+} // namespace tk

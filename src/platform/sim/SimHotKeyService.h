@@ -6,6 +6,8 @@
 #include <QString>
 #include <map>
 
+namespace tk {
+
 struct SimShortcut;
 
 // The simulated system's hot key service. Like the Mac's, it refuses a combination that
@@ -61,3 +63,5 @@ private:
     quintptr m_nextRef = 1;
     int m_operations = 0;
 };
+
+} // namespace tk

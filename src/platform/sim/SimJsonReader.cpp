@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace tk {
+
 void SimJsonReader::fail(const QString& place, const QString& reason)
 {
     if (m_error)
@@ -151,3 +153,5 @@ QString SimJsonReader::choice(const QJsonObject& object, QLatin1StringView key,
          QStringLiteral("must be one of %1").arg(choices.join(QStringLiteral(", "))));
     return fallback;
 }
+
+} // namespace tk

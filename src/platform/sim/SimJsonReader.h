@@ -8,6 +8,8 @@
 #include <initializer_list>
 #include <optional>
 
+namespace tk {
+
 // Reads values out of a scenario file's JSON and remembers the first thing wrong with it,
 // worded as "<file>: <place>: <reason>". Once it has failed, every read answers its
 // fallback, so callers check `ok()` only where going on would waste work.
@@ -53,3 +55,5 @@ private:
     QString m_fileName;
     std::optional<QString> m_error;
 };
+
+} // namespace tk

@@ -1,5 +1,7 @@
 #include "SimLoginItems.h"
 
+namespace tk {
+
 LoginItemService::Status SimLoginItems::status() const
 {
     return m_behaviour.appFound ? m_status : Status::NotFound;
@@ -34,3 +36,5 @@ void SimLoginItems::approve()
     if (m_status == Status::RequiresApproval)
         m_status = Status::Enabled;
 }
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "settings/LoginItemService.h"
 
+namespace tk {
+
 // The simulated system's login item registration. How it answers is part of the
 // scenario: registration may need the person's approval, or fail with a description.
 class SimLoginItems final : public LoginItemService {
@@ -28,3 +30,5 @@ private:
     Behaviour m_behaviour;
     Status m_status = Status::NotRegistered;
 };
+
+} // namespace tk

@@ -8,6 +8,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -336,3 +338,5 @@ void SimMenuBarScene::paintOverflow(QPainter& painter, const Look& look) const
                      SimulatorTexts::text(u"fuera de la pantalla"_s, look.language));
     painter.restore();
 }
+
+} // namespace tk

@@ -11,6 +11,9 @@
 #include <optional>
 
 class QPainter;
+
+namespace tk {
+
 class SimDesktop;
 
 // The simulated screens' menu bars as a picture: one strip per screen, stacked, each its bar
@@ -89,3 +92,5 @@ private:
     QList<Item> m_items;
     QRectF m_overflow;
 };
+
+} // namespace tk

@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QToolTip>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 SimMenuBarView::SimMenuBarView(SimDesktop& desktop, SimDesktopServices& services, QWidget* parent)
@@ -206,3 +208,5 @@ bool SimMenuBarView::event(QEvent* event)
         QToolTip::hideText();
     return true;
 }
+
+} // namespace tk

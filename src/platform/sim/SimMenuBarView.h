@@ -6,6 +6,8 @@
 #include <QWidget>
 #include <optional>
 
+namespace tk {
+
 class SimDesktop;
 class SimDesktopServices;
 class SimStatusItem;
@@ -72,3 +74,5 @@ private:
     std::optional<QPointF> m_dragAt;
     bool m_menuOpen = false;
 };
+
+} // namespace tk

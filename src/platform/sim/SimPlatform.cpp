@@ -12,6 +12,8 @@
 #include "platform/sim/SimWorkspace.h"
 #include "platform/sim/VirtualTime.h"
 
+namespace tk {
+
 SimPlatform::SimPlatform(Services services)
     : SimPlatform(std::move(services), SimScenarioLoader::builtIn())
 {
@@ -100,3 +102,5 @@ PrivacySettings& SimPlatform::privacySettings()
 {
     return *m_privacySettings;
 }
+
+} // namespace tk

@@ -2,6 +2,8 @@
 
 #include "platform/Platform.h"
 
+namespace tk {
+
 class SimAccessibility;
 class SimDesktop;
 class SimDesktopServices;
@@ -63,3 +65,5 @@ private:
     std::unique_ptr<SimDesktopServices> m_desktopServices;
     std::unique_ptr<SimPrivacySettings> m_privacySettings;
 };
+
+} // namespace tk

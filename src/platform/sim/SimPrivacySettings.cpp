@@ -2,6 +2,8 @@
 
 #include "platform/sim/SimDesktop.h"
 
+namespace tk {
+
 SimPrivacySettings::SimPrivacySettings(SimDesktop& desktop, QObject* parent)
     : QObject(parent), m_desktop(desktop)
 {
@@ -22,3 +24,5 @@ void SimPrivacySettings::setAccessibilityAllowed(bool allowed)
 {
     m_desktop.setTrusted(allowed);
 }
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+namespace tk {
+
 class SimDesktop;
 
 // The simulated system's privacy settings: opening them asks whoever draws the simulated
@@ -28,3 +30,5 @@ private:
     SimDesktop& m_desktop;
     int m_requests = 0;
 };
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <QJsonDocument>
 #include <limits>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 using Range = SimJsonReader::Range;
 
@@ -431,3 +433,5 @@ SimScenario builtIn()
 }
 
 } // namespace SimScenarioLoader
+
+} // namespace tk

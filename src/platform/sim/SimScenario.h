@@ -11,6 +11,8 @@
 #include <QStringList>
 #include <optional>
 
+namespace tk {
+
 // How the simulated visibility framework behaves when asked for an assertion.
 struct SimFrameworkBehaviour {
     bool present = true;
@@ -121,3 +123,5 @@ Result<SimScenario> parse(const QByteArray& json, const QString& fileName);
 SimScenario builtIn();
 
 } // namespace SimScenarioLoader
+
+} // namespace tk

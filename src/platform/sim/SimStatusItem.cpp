@@ -2,6 +2,8 @@
 
 #include "platform/sim/SimDesktop.h"
 
+namespace tk {
+
 SimStatusItem::SimStatusItem(const SimDesktop& desktop, double length, QString autosaveName,
                              bool hasButton, QObject* parent)
     : QObject(parent), m_desktop(desktop), m_length(length),
@@ -79,3 +81,5 @@ bool SimStatusItem::chooseMenuEntry(int index)
     entry.action();
     return true;
 }
+
+} // namespace tk

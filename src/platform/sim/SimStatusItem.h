@@ -5,6 +5,8 @@
 
 #include <QObject>
 
+namespace tk {
+
 class SimDesktop;
 
 // Tuckaway's item in the simulated menu bar. Its place is the desktop's: where the user
@@ -59,3 +61,5 @@ private:
     std::optional<QList<MenuEntry>> m_openMenu;
     int m_menuCount = 0;
 };
+
+} // namespace tk

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace tk {
+
 namespace {
 
 // The domain of the errors the simulated framework itself reports.
@@ -133,3 +135,5 @@ void SimVisibilityFramework::enforce()
         allowed.intersect(assertion->allowed);
     m_desktop.setAllowList(allowed);
 }
+
+} // namespace tk

@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+namespace tk {
+
 class SimDesktop;
 class TimeSource;
 class Timer;
@@ -53,3 +55,5 @@ private:
     QStringList m_lastAllowed;
     QList<int> m_lastSystemItems;
 };
+
+} // namespace tk

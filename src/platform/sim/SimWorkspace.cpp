@@ -3,6 +3,8 @@
 #include "core/Identity.h"
 #include "platform/sim/SimDesktop.h"
 
+namespace tk {
+
 QList<RunningApplication> SimWorkspace::runningApplications() const
 {
     QList<RunningApplication> result;
@@ -25,3 +27,5 @@ QString SimWorkspace::operatingSystemVersionString() const
 {
     return m_desktop.operatingSystemVersion();
 }
+
+} // namespace tk

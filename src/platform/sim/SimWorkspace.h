@@ -2,6 +2,8 @@
 
 #include "inspection/Workspace.h"
 
+namespace tk {
+
 class SimDesktop;
 
 // What the simulated system says about its running applications and this process.
@@ -17,3 +19,5 @@ public:
 private:
     const SimDesktop& m_desktop;
 };
+
+} // namespace tk

@@ -1,6 +1,7 @@
 #include "SimulatorFrontEnd.h"
 
 #include "app/AppDelegate.h"
+#include "app/FrontEnd.h"
 #include "platform/sim/HeadlessSession.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimulatorWindow.h"
@@ -8,6 +9,8 @@
 #include <QGuiApplication>
 #include <QTextStream>
 #include <cstdio>
+
+namespace tk {
 
 using namespace Qt::StringLiterals;
 
@@ -39,3 +42,18 @@ SimulatorFrontEnd::SimulatorFrontEnd(Platform& platform, AppDelegate& app, QObje
 }
 
 SimulatorFrontEnd::~SimulatorFrontEnd() = default;
+
+void FrontEnd::prepare()
+{
+    // Without a display the simulated desktop is drawn offscreen, and the run is a session.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !qEnvironmentVariableIsSet("DISPLAY") &&
+        !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+std::unique_ptr<QObject> FrontEnd::show(Platform& platform, AppDelegate& app, const CommandLine&)
+{
+    return std::make_unique<SimulatorFrontEnd>(platform, app);
+}
+
+} // namespace tk

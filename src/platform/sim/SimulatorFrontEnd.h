@@ -3,10 +3,14 @@
 #include <QObject>
 #include <memory>
 
+class QTextStream;
+
+namespace tk {
+
 class AppDelegate;
 class HeadlessSession;
 class Platform;
-class QTextStream;
+
 class SimulatorWindow;
 
 // How a run off macOS shows the simulated desktop: the simulator window where Qt has a
@@ -34,3 +38,5 @@ private:
     std::unique_ptr<SimulatorWindow> m_window;
     std::unique_ptr<HeadlessSession> m_session;
 };
+
+} // namespace tk

@@ -16,6 +16,8 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -410,3 +412,5 @@ QString SimulatorPanel::text(const QString& spanish) const
 {
     return SimulatorTexts::text(spanish, m_app.preferences().language());
 }
+
+} // namespace tk

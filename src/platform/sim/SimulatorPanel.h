@@ -3,7 +3,6 @@
 #include <QStringList>
 #include <QWidget>
 
-class AppDelegate;
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
@@ -11,6 +10,11 @@ class QLabel;
 class QListWidget;
 class QPushButton;
 class QSpinBox;
+
+namespace tk {
+
+class AppDelegate;
+
 class SimDesktop;
 struct SimApplication;
 
@@ -81,3 +85,5 @@ private:
     QLabel* m_warning = nullptr;
     QLabel* m_messageLabel = nullptr;
 };
+
+} // namespace tk

@@ -4,6 +4,8 @@
 
 #include <QHash>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -80,3 +82,5 @@ QString SimulatorTexts::text(const QString& spanish, const QString& language)
     }
     return L10n::text(spanish, language);
 }
+
+} // namespace tk

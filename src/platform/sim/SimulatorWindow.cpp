@@ -16,6 +16,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+namespace tk {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -142,3 +144,5 @@ void SimulatorWindow::closeEvent(QCloseEvent* event)
     event->accept();
     Q_EMIT closed();
 }
+
+} // namespace tk

@@ -4,8 +4,12 @@
 #include <QPointer>
 #include <QWidget>
 
-class AppDelegate;
 class QScrollArea;
+
+namespace tk {
+
+class AppDelegate;
+
 class SimMenuBarView;
 class SimPlatform;
 class SimulatorPanel;
@@ -48,3 +52,5 @@ private:
     SimulatorPanel* m_panel = nullptr;
     QPointer<QMenu> m_menu;
 };
+
+} // namespace tk

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+namespace tk {
+
 class VirtualTimeSource::VirtualTimer final : public Timer {
 public:
     VirtualTimer(VirtualTimeSource& owner, std::function<void()> handler)
@@ -97,3 +99,5 @@ void VirtualTimeSource::unschedule(VirtualTimer* timer)
             ++it;
     }
 }
+
+} // namespace tk

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <map>
 
+namespace tk {
+
 // Simulated time: nothing moves until `advance` is called. Timers fire in order of
 // their due time, each at its exact moment, so a test that advances 5.0 s sees a
 // 5.0 s watchdog fire and a 5.1 s one not. `now()` may be read from any thread.
@@ -34,3 +36,5 @@ private:
     std::atomic<double> m_now{0.0};
     std::multimap<double, VirtualTimer*> m_queue;
 };
+
+} // namespace tk
