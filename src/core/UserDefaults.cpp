@@ -1,6 +1,12 @@
 #include "UserDefaults.h"
 
-#include <QSettings>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
 
 namespace tk {
 
@@ -9,6 +15,48 @@ namespace {
 bool holds(const QVariant& value, QMetaType::Type type)
 {
     return value.metaType().id() == type;
+}
+
+constexpr qint64 largestFile = 4 * 1024 * 1024;
+const QString bytesTag = QStringLiteral("bytes");
+
+QVariant variantOf(const QJsonValue& value)
+{
+    if (value.isString())
+        return value.toString();
+    if (value.isBool())
+        return value.toBool();
+    if (value.isArray()) {
+        QStringList list;
+        for (const QJsonValue& entry : value.toArray()) {
+            if (!entry.isString())
+                return {};
+            list.append(entry.toString());
+        }
+        return list;
+    }
+    const QJsonObject object = value.toObject();
+    if (object.size() == 1 && object.value(bytesTag).isString()) {
+        auto decoded = QByteArray::fromBase64Encoding(object.value(bytesTag).toString().toLatin1(),
+                                                      QByteArray::AbortOnBase64DecodingErrors);
+        if (decoded)
+            return *decoded;
+    }
+    return {};
+}
+
+QJsonValue jsonOf(const QVariant& value)
+{
+    switch (value.metaType().id()) {
+    case QMetaType::QByteArray:
+        return QJsonObject{{bytesTag, QString::fromLatin1(value.toByteArray().toBase64())}};
+    case QMetaType::QStringList:
+        return QJsonArray::fromStringList(value.toStringList());
+    case QMetaType::Bool:
+        return value.toBool();
+    default:
+        return value.toString();
+    }
 }
 
 } // namespace
@@ -48,17 +96,9 @@ std::optional<QStringList> UserDefaults::stringList(const QString& key) const
 std::optional<bool> UserDefaults::boolean(const QString& key) const
 {
     const QVariant value = load(key);
-    if (holds(value, QMetaType::Bool))
-        return value.toBool();
-    // Text-based native formats keep Booleans as words.
-    if (holds(value, QMetaType::QString)) {
-        const QString word = value.toString();
-        if (word == QLatin1String("true"))
-            return true;
-        if (word == QLatin1String("false"))
-            return false;
-    }
-    return std::nullopt;
+    if (!holds(value, QMetaType::Bool))
+        return std::nullopt;
+    return value.toBool();
 }
 
 void InMemoryUserDefaults::store(const QString& key, const QVariant& value)
@@ -67,31 +107,73 @@ void InMemoryUserDefaults::store(const QString& key, const QVariant& value)
     ++m_writes;
 }
 
-struct SettingsUserDefaults::Private {
-    std::unique_ptr<QSettings> settings;
-};
-
-SettingsUserDefaults::SettingsUserDefaults() : d(std::make_unique<Private>())
+FileUserDefaults::FileUserDefaults(const QString& path) : m_path(path)
 {
-    d->settings = std::make_unique<QSettings>();
+    open();
 }
 
-SettingsUserDefaults::SettingsUserDefaults(const QString& iniPath) : d(std::make_unique<Private>())
+QString FileUserDefaults::standardPath()
 {
-    d->settings = std::make_unique<QSettings>(iniPath, QSettings::IniFormat);
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/Tuckaway/settings.json");
 }
 
-SettingsUserDefaults::~SettingsUserDefaults() = default;
-
-QVariant SettingsUserDefaults::load(const QString& key) const
+void FileUserDefaults::open()
 {
-    return d->settings->value(key);
+    const QFileInfo info(m_path);
+    if (!info.exists())
+        return;
+    if (!info.isFile()) {
+        m_writable = false;
+        m_problem = m_path + QStringLiteral(": not a regular file; settings are kept for this run only.");
+        return;
+    }
+    QFile file(m_path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        m_writable = false;
+        m_problem = m_path + QStringLiteral(": ") + file.errorString() +
+                    QStringLiteral("; settings are kept for this run only.");
+        return;
+    }
+    const QByteArray content = file.read(largestFile + 1);
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(content, &error);
+    if (content.size() > largestFile || error.error != QJsonParseError::NoError ||
+        !document.isObject()) {
+        m_setAside = true;
+        m_problem = m_path + QStringLiteral(": not a settings file; it is kept as ") + m_path +
+                    QStringLiteral(".unreadable when settings are next saved.");
+        return;
+    }
+    m_values = document.object();
 }
 
-void SettingsUserDefaults::store(const QString& key, const QVariant& value)
+QVariant FileUserDefaults::load(const QString& key) const
 {
-    d->settings->setValue(key, value);
-    d->settings->sync();
+    return variantOf(m_values.value(key));
+}
+
+void FileUserDefaults::store(const QString& key, const QVariant& value)
+{
+    m_values.insert(key, jsonOf(value));
+    if (m_writable)
+        write();
+}
+
+void FileUserDefaults::write()
+{
+    QDir().mkpath(QFileInfo(m_path).absolutePath());
+    if (m_setAside) {
+        const QString aside = m_path + QStringLiteral(".unreadable");
+        QFile::remove(aside);
+        if (!QFile::rename(m_path, aside))
+            return;
+        m_setAside = false;
+    }
+    QSaveFile file(m_path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(QJsonDocument(m_values).toJson(QJsonDocument::Indented));
+    file.commit();
 }
 
 } // namespace tk

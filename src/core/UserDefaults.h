@@ -1,11 +1,11 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 
-#include <memory>
 #include <optional>
 
 namespace tk {
@@ -48,21 +48,36 @@ private:
     int m_writes = 0;
 };
 
-// Backed by QSettings in the platform's native format: the application's defaults
-// domain on macOS, a file under the user's configuration folder elsewhere.
-class SettingsUserDefaults final : public UserDefaults {
+// A JSON file of typed values: strings, Booleans and lists of strings as JSON's own,
+// bytes as {"bytes": "<base64>"}. Read once when opened, replaced whole and atomically at
+// every change, so each value reads back exactly as it was written, in any process.
+// Entries of other shapes read as absent and are written back untouched.
+class FileUserDefaults final : public UserDefaults {
 public:
-    SettingsUserDefaults();                                // the application's own store
-    explicit SettingsUserDefaults(const QString& iniPath); // a given file, for tests and tools
-    ~SettingsUserDefaults() override;
+    explicit FileUserDefaults(const QString& path);
+
+    // "Tuckaway/settings.json" under the user's configuration folder.
+    static QString standardPath();
+
+    // Why the file could not be used, or empty. A file that is not a regular file (a
+    // pipe, a device, a folder) or cannot be read is never replaced: changes are then kept
+    // for this run only. One that is not a store of ours is set aside beside it (".unreadable")
+    // before the first change is written.
+    const QString& problem() const { return m_problem; }
 
 protected:
     QVariant load(const QString& key) const override;
     void store(const QString& key, const QVariant& value) override;
 
 private:
-    struct Private;
-    std::unique_ptr<Private> d;
+    void open();
+    void write();
+
+    QString m_path;
+    QJsonObject m_values;
+    QString m_problem;
+    bool m_writable = true;
+    bool m_setAside = false; // the file on disk must be kept before it is replaced
 };
 
 } // namespace tk

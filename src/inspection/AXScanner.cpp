@@ -95,9 +95,14 @@ private:
         if (pastDeadline() || level > deepestLevel || m_counter > elementsPerApplication - 1)
             return;
         ++m_counter;
+        // A timeout set on an element does not carry to the elements read from it.
+        m_ax.setMessagingTimeout(element, messagingTimeout);
         const QString role = stringOf(m_ax.attribute(element, roleAttribute));
         if (role == QLatin1String("AXMenuBarItem") || role == QLatin1String("AXButton"))
             record(element, path);
+        // No child would be visited: a request now could only overrun the deadline.
+        if (pastDeadline())
+            return;
         const AXAttribute children = m_ax.attribute(element, childrenAttribute);
         if (!readsAs(children, AXAttribute::Kind::ElementList))
             return;

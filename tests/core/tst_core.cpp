@@ -2,9 +2,12 @@
 #include "core/UserDefaults.h"
 #include "platform/sim/VirtualTime.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 #include <limits>
+#include <sys/stat.h>
 
 using namespace tk;
 
@@ -15,6 +18,7 @@ private Q_SLOTS:
     void typedReadsRefuseOtherTypes();
     void settingsFileKeepsEveryTypeAcrossReopening_data();
     void settingsFileKeepsEveryTypeAcrossReopening();
+    void settingsFileThatCannotBeUsedIsKept();
     void virtualTimersFireInDueOrderAndExactlyOnTime();
     void repeatingTimerRestartedFromItsOwnHandler();
     void rectTextAndStandardisation();
@@ -28,10 +32,10 @@ void TestCore::typedReadsRefuseOtherTypes()
     defaults.setRaw(QStringLiteral("mixed"), QVariantList{QStringLiteral("a"), 3});
 
     QVERIFY(!defaults.bytes(QStringLiteral("s")));
+    QVERIFY(!defaults.boolean(QStringLiteral("s")));
     QVERIFY(!defaults.string(QStringLiteral("b")));
     QVERIFY(!defaults.stringList(QStringLiteral("mixed")));
     QVERIFY(!defaults.boolean(QStringLiteral("missing")));
-    QCOMPARE(defaults.boolean(QStringLiteral("s")), std::optional<bool>(true));
     QCOMPARE(defaults.bytes(QStringLiteral("b")), std::optional<QByteArray>("{}"));
 }
 
@@ -39,29 +43,62 @@ void TestCore::settingsFileKeepsEveryTypeAcrossReopening_data()
 {
     QTest::addColumn<QStringList>("list");
     QTest::newRow("empty") << QStringList{};
+    QTest::newRow("one") << QStringList{QStringLiteral("com.example.one")};
     QTest::newRow("several") << QStringList{QStringLiteral("b"), QStringLiteral("a, c")};
 }
 
+// Each store reads the file afresh, as a new process does.
 void TestCore::settingsFileKeepsEveryTypeAcrossReopening()
 {
     QFETCH(QStringList, list);
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("defaults.conf"));
-    const QByteArray json = QByteArrayLiteral("{\"mode\":\"manual\",\"é\":[1]}");
+    const QString path = dir.filePath(QStringLiteral("Tuckaway/settings.json"));
+    const QByteArray json = QByteArrayLiteral("{\"mode\":\"manual\",\"\xc3\xa9\":[1]}\n\0\xff");
     {
-        SettingsUserDefaults defaults(path);
+        FileUserDefaults defaults(path);
+        QVERIFY(defaults.problem().isEmpty());
         defaults.setBytes(QStringLiteral("settings.v1"), json);
         defaults.setString(QStringLiteral("interfaceLanguage"), QStringLiteral("es"));
         defaults.setStringList(QStringLiteral("hiddenBundles"), list);
-        defaults.setBoolean(QStringLiteral("compact"), true);
+        defaults.setBoolean(QStringLiteral("compact"), false);
     }
-    SettingsUserDefaults reopened(path);
+    const FileUserDefaults reopened(path);
     QCOMPARE(reopened.bytes(QStringLiteral("settings.v1")), std::optional<QByteArray>(json));
     QCOMPARE(reopened.string(QStringLiteral("interfaceLanguage")),
              std::optional<QString>(QStringLiteral("es")));
     QCOMPARE(reopened.stringList(QStringLiteral("hiddenBundles")),
              std::optional<QStringList>(list));
-    QCOMPARE(reopened.boolean(QStringLiteral("compact")), std::optional<bool>(true));
+    QCOMPARE(reopened.boolean(QStringLiteral("compact")), std::optional<bool>(false));
+    QVERIFY(!reopened.string(QStringLiteral("compact")));
+}
+
+// A file that is not ours is never lost: kept aside, or left alone when it is no file.
+void TestCore::settingsFileThatCannotBeUsedIsKept()
+{
+    QTemporaryDir dir;
+    const QString damaged = dir.filePath(QStringLiteral("damaged.json"));
+    QFile file(damaged);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("interfaceLanguage=es\n");
+    file.close();
+    {
+        FileUserDefaults defaults(damaged);
+        QVERIFY(defaults.problem().contains(damaged));
+        defaults.setString(QStringLiteral("interfaceLanguage"), QStringLiteral("en"));
+    }
+    QFile aside(damaged + QStringLiteral(".unreadable"));
+    QVERIFY(aside.open(QIODevice::ReadOnly));
+    QCOMPARE(aside.readAll(), QByteArray("interfaceLanguage=es\n"));
+    QCOMPARE(FileUserDefaults(damaged).string(QStringLiteral("interfaceLanguage")),
+             std::optional<QString>(QStringLiteral("en")));
+
+    const QString pipe = dir.filePath(QStringLiteral("pipe.json"));
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    FileUserDefaults defaults(pipe);
+    QVERIFY(defaults.problem().contains(pipe));
+    defaults.setBoolean(QStringLiteral("compact"), true);
+    QCOMPARE(defaults.boolean(QStringLiteral("compact")), std::optional<bool>(true));
+    QVERIFY(!QFileInfo(pipe).isFile());
 }
 
 void TestCore::virtualTimersFireInDueOrderAndExactlyOnTime()

@@ -1,6 +1,7 @@
 #include "core/Time.h"
 #include "inspection/Inspector.h"
 #include "platform/sim/SimPlatform.h"
+#include "platform/sim/SimScenario.h"
 
 #include <QTest>
 
@@ -13,6 +14,7 @@ class TestDesktopScan : public QObject {
 
 private Q_SLOTS:
     void scansTheBuiltInDesktop();
+    void applicationsThatHangMidScanCannotHoldItPastItsDeadline();
 };
 
 void TestDesktopScan::scansTheBuiltInDesktop()
@@ -77,6 +79,32 @@ void TestDesktopScan::scansTheBuiltInDesktop()
 
     // The unresponsive application cost one messaging timeout, nothing more.
     QCOMPARE(platform->time().now(), AXScanner::messagingTimeout);
+}
+
+
+// Each application answers the read of its extras menu bar and then hangs; every element
+// read from it waits only the timeout the scanner set on that element.
+void TestDesktopScan::applicationsThatHangMidScanCannotHoldItPastItsDeadline()
+{
+    SimScenario scenario = SimScenarioLoader::builtIn();
+    QList<ScanApp> apps;
+    for (qint32 pid = 5000; pid < 5100; ++pid) {
+        SimApplication app;
+        app.pid = pid;
+        app.answersBeforeHanging = pid < 5002 ? 0 : 1; // the first two never answer
+        app.items = {SimElement{}};
+        scenario.applications.append(app);
+        apps.append({pid, std::nullopt, std::nullopt});
+    }
+    const std::unique_ptr<SimPlatform> platform = SimPlatform::forTests(std::move(scenario));
+    const double start = platform->time().now();
+
+    const ScanResult result =
+        AXScanner::scan(apps, {platform->accessibility(), platform->time(), QString()});
+    const double overrun = platform->time().now() - start - AXScanner::timeLimit;
+    QVERIFY2(overrun >= 0 && overrun <= AXScanner::messagingTimeout + 1e-9,
+             qPrintable(QString::number(overrun)));
+    QVERIFY(result.items.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestDesktopScan)

@@ -253,7 +253,7 @@ void TestSimVisibility::noAssertionOutlivesRestoreAfterRacingRequests()
     QVERIFY(desk.controller.active());
 
     desk.desktop.launchApplication(
-        SimApplication{0, QStringLiteral("org.example.New"), QStringLiteral("New"), 0.0, true, {}});
+        SimApplication{0, QStringLiteral("org.example.New"), QStringLiteral("New"), 0.0, {}, true, {}});
     desk.controller.runningApplicationsChanged();
     desk.controller.activate({QStringLiteral("com.hollowoak.Clipjar")});
     desk.controller.runningApplicationsChanged();

@@ -7,6 +7,7 @@
 #include "platform/sim/SimScenario.h"
 
 #include <QCoreApplication>
+#include <cstdio>
 
 namespace tk {
 
@@ -20,7 +21,10 @@ PlatformOrError createPlatform(const PlatformOptions& options)
         scenario = std::move(loaded).value();
     }
     SimPlatform::Services services;
-    services.userDefaults = std::make_unique<SettingsUserDefaults>();
+    auto defaults = std::make_unique<FileUserDefaults>(FileUserDefaults::standardPath());
+    if (!defaults->problem().isEmpty())
+        std::fprintf(stderr, "Tuckaway: %s\n", qPrintable(defaults->problem()));
+    services.userDefaults = std::move(defaults);
     services.time = std::make_unique<SystemTimeSource>();
     services.loginItems = std::make_unique<XdgAutostart>(XdgAutostart::defaultConfigHome(),
                                                          QCoreApplication::applicationFilePath());

@@ -1,12 +1,12 @@
 #include "MacPlatform.h"
 
 #include "core/Time.h"
-#include "core/UserDefaults.h"
 #include "platform/macos/CarbonHotKeyService.h"
 #include "platform/macos/MacDesktopServices.h"
 #include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacLoginItems.h"
 #include "platform/macos/MacPrivacySettings.h"
+#include "platform/macos/MacUserDefaults.h"
 #include "platform/macos/MacVisibilityBridge.h"
 #include "platform/macos/MacWorkspace.h"
 #include "platform/qt/QtFilePanels.h"
@@ -14,7 +14,7 @@
 namespace tk {
 
 struct MacPlatform::Private {
-    SettingsUserDefaults userDefaults; // QSettings' native format: the app's defaults domain
+    MacUserDefaults userDefaults;
     SystemTimeSource time;
     MacLoginItems loginItems;
     QtFilePanels filePanels; // QFileDialog shows the system's own panels on macOS

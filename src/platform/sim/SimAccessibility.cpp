@@ -20,14 +20,15 @@ public:
     enum class Kind { Application, ExtrasMenuBar, Item };
 
     SimAXElement(qint32 processId, std::shared_ptr<const SimApplicationState> applicationState,
-                 double messagingTimeout)
-        : pid(processId), state(std::move(applicationState)), timeout(messagingTimeout)
+                 std::shared_ptr<std::atomic<qint64>> requestCount)
+        : pid(processId), state(std::move(applicationState)), requests(std::move(requestCount))
     {
     }
 
+    // As on the Mac, an element read from another does not take over its messaging timeout.
     std::shared_ptr<SimAXElement> derived(Kind derivedKind, const SimElement* derivedItem) const
     {
-        auto element = std::make_shared<SimAXElement>(pid, state, timeout.load());
+        auto element = std::make_shared<SimAXElement>(pid, state, requests);
         element->kind = derivedKind;
         element->item = derivedItem;
         return element;
@@ -41,7 +42,9 @@ public:
     // menu bar's layout for an item of the bar, the parent's frame below it.
     std::optional<QPointF> inheritedPosition;
     std::optional<QSizeF> inheritedSize;
-    mutable std::atomic<double> timeout;
+    mutable std::atomic<double> timeout{SimAccessibility::defaultMessagingTimeout};
+    // Requests sent to this element's application through it and its relatives.
+    const std::shared_ptr<std::atomic<qint64>> requests;
 };
 
 const SimAXElement* simulated(const AXElementRef& element)
@@ -203,7 +206,7 @@ AXElementRef SimAccessibility::applicationElement(qint32 pid)
 {
     const auto world = m_desktop.state();
     return std::make_shared<SimAXElement>(pid, world->applications.value(pid),
-                                          defaultMessagingTimeout);
+                                          std::make_shared<std::atomic<qint64>>(0));
 }
 
 // As on the Mac, zero (or less) restores the default.
@@ -218,7 +221,7 @@ AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QStri
     const SimAXElement* simElement = simulated(element);
     if (const qint32 error = unreachable(simElement))
         return failed(error);
-    if (!answersInTime(simElement->state->application->responseDelay, simElement->timeout))
+    if (!answersInTime(*simElement))
         return failed(AXResult::cannotComplete);
     switch (simElement->kind) {
     case SimAXElement::Kind::Application:
@@ -239,7 +242,7 @@ std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& ele
 {
     const SimAXElement* simElement = simulated(element);
     if (unreachable(simElement) != AXResult::success ||
-        !answersInTime(simElement->state->application->responseDelay, simElement->timeout))
+        !answersInTime(*simElement))
         return std::nullopt;
     if (simElement->kind != SimAXElement::Kind::Item)
         return QStringList();
@@ -251,7 +254,7 @@ AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, co
     const SimAXElement* simElement = simulated(element);
     if (const qint32 error = unreachable(simElement))
         return {error, false};
-    if (!answersInTime(simElement->state->application->responseDelay, simElement->timeout))
+    if (!answersInTime(*simElement))
         return {AXResult::cannotComplete, false};
     if (simElement->kind != SimAXElement::Kind::Item)
         return {AXResult::success, false};
@@ -274,12 +277,17 @@ bool SimAccessibility::promptForTrust()
     return trusted;
 }
 
-// An application that takes longer than the element's timeout costs the timeout and
-// gives no answer.
-bool SimAccessibility::answersInTime(double responseDelay, double timeout)
+// An application that takes longer than the element's timeout, or has stopped answering,
+// costs the timeout and gives no answer.
+bool SimAccessibility::answersInTime(const AXElement& element)
 {
-    const bool answers = responseDelay <= timeout;
-    const double cost = answers ? responseDelay : timeout;
+    const auto& simElement = static_cast<const SimAXElement&>(element);
+    const SimApplication& app = *simElement.state->application;
+    const qint64 request = ++*simElement.requests;
+    const bool hangs = app.answersBeforeHanging && request > *app.answersBeforeHanging;
+    const double timeout = simElement.timeout;
+    const bool answers = !hangs && app.responseDelay <= timeout;
+    const double cost = answers ? app.responseDelay : timeout;
     if (cost <= 0.0)
         return answers;
     if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&m_time))

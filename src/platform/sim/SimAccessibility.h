@@ -30,7 +30,7 @@ public:
     bool promptForTrust() override;
 
 private:
-    bool answersInTime(double responseDelay, double timeout);
+    bool answersInTime(const AXElement& element);
 
     SimDesktop& m_desktop;
     TimeSource& m_time;

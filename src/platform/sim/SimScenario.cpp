@@ -160,7 +160,8 @@ SimApplication ScenarioReader::readApplication(const QJsonValue& value, const QS
         return app;
     m_json.expectKeys(
         *object, place,
-        {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1, "extrasMenuBar"_L1, "items"_L1});
+        {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1, "answersBeforeHanging"_L1,
+         "extrasMenuBar"_L1, "items"_L1});
     const auto pid = m_json.integer(*object, "pid"_L1, place, 1, int32Max);
     if (!object->contains("pid"_L1))
         m_json.fail(SimJsonReader::member(place, u"pid"_s), u"is required"_s);
@@ -168,6 +169,8 @@ SimApplication ScenarioReader::readApplication(const QJsonValue& value, const QS
     app.bundleIdentifier = m_json.optionalString(*object, "bundle"_L1, place);
     app.name = m_json.optionalString(*object, "name"_L1, place);
     app.responseDelay = m_json.number(*object, "responseDelay"_L1, place, 0.0, Range::NonNegative);
+    app.answersBeforeHanging =
+        m_json.integer(*object, "answersBeforeHanging"_L1, place, 0, int32Max);
     app.hasExtrasMenuBar = m_json.boolean(*object, "extrasMenuBar"_L1, place, true);
     const QString itemsPlace = SimJsonReader::member(place, u"items"_s);
     const QJsonArray items = m_json.array(*object, "items"_L1, place);
