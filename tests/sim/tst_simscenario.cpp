@@ -1,5 +1,5 @@
 #include "inspection/Workspace.h"
-#include "platform/Platform.h"
+#include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimDesktop.h"
 
 #include <QFile>
@@ -215,20 +215,21 @@ void TestSimScenario::platformStartsOnTheChosenScenario()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(u"desk.json"_s);
-    const auto refused = createPlatform({path});
-    QVERIFY(!refused.platform);
-    QCOMPARE(refused.error, path + u": cannot be read (No such file or directory)"_s);
+    const auto refused = SimScenarioLoader::load(path);
+    QVERIFY(!refused);
+    QCOMPARE(refused.error().description, path + u": cannot be read (No such file or directory)"_s);
 
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(R"({"apps": [{"pid": 31, "bundle": "com.example.only"}], "tuckaway": {"pid": 32}})");
     file.close();
-    const auto created = createPlatform({path});
-    QVERIFY2(created.platform, qPrintable(created.error));
-    const auto running = created.platform->workspace().runningApplications();
+    auto loaded = SimScenarioLoader::load(path);
+    QVERIFY2(loaded, qPrintable(loaded ? QString() : loaded.error().description));
+    const auto platform = SimPlatform::forTests(std::move(loaded).value());
+    const auto running = platform->workspace().runningApplications();
     QCOMPARE(running.size(), 2);
     QCOMPARE(running.first().bundleIdentifier, u"com.example.only"_s);
-    QCOMPARE(created.platform->workspace().currentProcessId(), 32);
+    QCOMPARE(platform->workspace().currentProcessId(), 32);
 }
 
 QTEST_MAIN(TestSimScenario)

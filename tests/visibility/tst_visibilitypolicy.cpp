@@ -14,7 +14,7 @@ using Bundles = QSet<QString>;
 const QString own = QStringLiteral("zz.own.Tuckaway");
 
 // Tuckaway's icon in the menu bar row 0..24 of the primary screen.
-const Rect boundary{1000.0, 0.0, 22.0, 24.0};
+const Rect ownIcon{1000.0, 0.0, 22.0, 24.0};
 
 PositionedItem item(const QString& bundle, double x, double width = 20.0, double y = 0.0)
 {
@@ -108,45 +108,45 @@ void TestVisibilityPolicy::boundaryDecision_data()
     QTest::newRow("infinite boundary") << leftOfIt << Rect::infinite() << Bundles{};
     QTest::newRow("boundary with negative size is standardised")
         << Items{item(a, 980.0)} << Rect{1022, 24, -22, -24} << Bundles{a};
-    QTest::newRow("no items") << Items{} << boundary << Bundles{};
+    QTest::newRow("no items") << Items{} << ownIcon << Bundles{};
 
     QTest::newRow("right edge on the boundary's left edge")
-        << Items{item(a, 980.0)} << boundary << Bundles{a};
+        << Items{item(a, 980.0)} << ownIcon << Bundles{a};
     QTest::newRow("a fraction past the left edge")
-        << Items{item(a, 980.0, 20.5)} << boundary << Bundles{};
-    QTest::newRow("right of the boundary") << Items{item(a, 1030.0)} << boundary << Bundles{};
+        << Items{item(a, 980.0, 20.5)} << ownIcon << Bundles{};
+    QTest::newRow("right of the boundary") << Items{item(a, 1030.0)} << ownIcon << Bundles{};
     QTest::newRow("icons on both sides")
-        << Items{item(a, 900.0), item(a, 1030.0)} << boundary << Bundles{};
+        << Items{item(a, 900.0), item(a, 1030.0)} << ownIcon << Bundles{};
     QTest::newRow("all icons left")
-        << Items{item(a, 900.0), item(a, 950.0)} << boundary << Bundles{a};
+        << Items{item(a, 900.0), item(a, 950.0)} << ownIcon << Bundles{a};
     QTest::newRow("one of two icons without frame")
-        << Items{item(a, 900.0), frameless(a)} << boundary << Bundles{};
-    QTest::newRow("only a frameless icon") << Items{frameless(a)} << boundary << Bundles{};
-    QTest::newRow("zero-width icon") << Items{item(a, 900.0, 0.0)} << boundary << Bundles{};
+        << Items{item(a, 900.0), frameless(a)} << ownIcon << Bundles{};
+    QTest::newRow("only a frameless icon") << Items{frameless(a)} << ownIcon << Bundles{};
+    QTest::newRow("zero-width icon") << Items{item(a, 900.0, 0.0)} << ownIcon << Bundles{};
     QTest::newRow("icon with negative width is standardised")
-        << Items{PositionedItem{a, Rect{1000, 0, -20, 24}}} << boundary << Bundles{a};
+        << Items{PositionedItem{a, Rect{1000, 0, -20, 24}}} << ownIcon << Bundles{a};
     QTest::newRow("non-finite origin")
-        << Items{PositionedItem{a, Rect{-inf, 0, 20, 24}}} << boundary << Bundles{};
+        << Items{PositionedItem{a, Rect{-inf, 0, 20, 24}}} << ownIcon << Bundles{};
 
     QTest::newRow("above, touching the top edge")
-        << Items{item(a, 900.0, 20.0, -24.0)} << boundary << Bundles{};
+        << Items{item(a, 900.0, 20.0, -24.0)} << ownIcon << Bundles{};
     QTest::newRow("below, touching the bottom edge")
-        << Items{item(a, 900.0, 20.0, 24.0)} << boundary << Bundles{};
+        << Items{item(a, 900.0, 20.0, 24.0)} << ownIcon << Bundles{};
     QTest::newRow("overlapping the row from above")
-        << Items{item(a, 900.0, 20.0, -23.0)} << boundary << Bundles{a};
+        << Items{item(a, 900.0, 20.0, -23.0)} << ownIcon << Bundles{a};
     QTest::newRow("overlapping the row from below")
-        << Items{item(a, 900.0, 20.0, 23.0)} << boundary << Bundles{a};
+        << Items{item(a, 900.0, 20.0, 23.0)} << ownIcon << Bundles{a};
 
     QTest::newRow("Apple's own stay")
-        << Items{item(QStringLiteral("com.apple.weather"), 900.0)} << boundary << Bundles{};
+        << Items{item(QStringLiteral("com.apple.weather"), 900.0)} << ownIcon << Bundles{};
     QTest::newRow("com.apple without the dot is judged by position")
-        << Items{item(QStringLiteral("com.apple"), 900.0)} << boundary
+        << Items{item(QStringLiteral("com.apple"), 900.0)} << ownIcon
         << Bundles{QStringLiteral("com.apple")};
     QTest::newRow("the Apple prefix is case-sensitive")
-        << Items{item(QStringLiteral("COM.APPLE.x"), 900.0)} << boundary
+        << Items{item(QStringLiteral("COM.APPLE.x"), 900.0)} << ownIcon
         << Bundles{QStringLiteral("COM.APPLE.x")};
     QTest::newRow("each bundle on its own")
-        << Items{item(a, 900.0), item(b, 920.0), item(b, 1100.0)} << boundary << Bundles{a};
+        << Items{item(a, 900.0), item(b, 920.0), item(b, 1100.0)} << ownIcon << Bundles{a};
 }
 
 void TestVisibilityPolicy::boundaryDecision()
