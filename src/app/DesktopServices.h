@@ -56,6 +56,10 @@ public:
     // A top-level window's frame (title bar included) and moving it by that frame's origin.
     virtual Rect windowFrame(const QWidget& window) const = 0;
     virtual void setWindowFrameOrigin(QWidget& window, const QPointF& origin) = 0;
+    // What only the platform can set on the settings window, once, when it is made: the
+    // system does not restore it at the next launch, and a click into it while another
+    // application is active acts at once instead of only activating it.
+    virtual void prepareSettingsWindow(QWidget& window) = 0;
 
     // Where the application lives: its bundle, or its program file where there is none.
     virtual QString applicationPath() const = 0;

@@ -122,6 +122,7 @@ void AppDelegate::createSettingsWindow()
     m_settingsWindow->setWindowTitle(text(SettingsWindow::titleKey));
     m_settingsWindow->setMinimumSize(SettingsWindow::minimumContentSize);
     m_settingsWindow->resize(SettingsWindow::contentSize);
+    m_desktop.prepareSettingsWindow(*m_settingsWindow);
     connect(m_settingsWindow.get(), &SettingsWindow::closing, this,
             [this] { m_expandedAt.reset(); });
     connect(m_settingsWindow.get(), &SettingsWindow::moved, this, &AppDelegate::writeUIReport);

@@ -22,6 +22,7 @@ public:
                                                  const QString& autosaveName) override;
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
+    void prepareSettingsWindow(QWidget& window) override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
 

@@ -5,6 +5,7 @@
 
 #import <AppKit/AppKit.h>
 #import <CoreServices/CoreServices.h>
+#include <objc/runtime.h>
 #include <QWidget>
 
 // Answers the "reopen" Apple event, sent when the running application is opened again.
@@ -39,12 +40,36 @@ ScreenInfo screenInfo(NSScreen* screen)
     return {rectOf(screen.frame), rectOf(screen.visibleFrame)};
 }
 
+// The class of `view` made to accept the first mouse click: a subclass made once per view
+// class, as the system does for observed objects, so that Qt's own view keeps all else.
+Class acceptingFirstClick(Class viewClass)
+{
+    NSString* name = [NSStringFromClass(viewClass) stringByAppendingString:@"_TKFirstClick"];
+    if (Class made = NSClassFromString(name))
+        return made;
+    Class subclass = objc_allocateClassPair(viewClass, name.UTF8String, 0);
+    if (subclass == nil)
+        return viewClass;
+    const SEL selector = @selector(acceptsFirstMouse:);
+    const char* types = method_getTypeEncoding(class_getInstanceMethod(viewClass, selector));
+    class_addMethod(subclass, selector, imp_implementationWithBlock(^BOOL(id, NSEvent*) {
+                      return YES;
+                    }),
+                    types);
+    objc_registerClassPair(subclass);
+    return subclass;
+}
+
+NSView* nativeView(const QWidget& window)
+{
+    // Creates the native window when it does not exist yet.
+    const WId id = const_cast<QWidget&>(window).winId();
+    return (__bridge NSView*)reinterpret_cast<void*>(id);
+}
+
 NSWindow* nativeWindow(const QWidget& window)
 {
-    // Creates the native window when it does not exist yet; its frame is the one to read.
-    const WId id = const_cast<QWidget&>(window).winId();
-    NSView* view = (__bridge NSView*)reinterpret_cast<void*>(id);
-    return view.window;
+    return nativeView(window).window;
 }
 
 } // namespace
@@ -171,6 +196,13 @@ Rect MacDesktopServices::windowFrame(const QWidget& window) const
 void MacDesktopServices::setWindowFrameOrigin(QWidget& window, const QPointF& origin)
 {
     [nativeWindow(window) setFrameOrigin:NSMakePoint(origin.x(), origin.y())];
+}
+
+void MacDesktopServices::prepareSettingsWindow(QWidget& window)
+{
+    NSView* view = nativeView(window);
+    view.window.restorable = NO;
+    object_setClass(view, acceptingFirstClick(object_getClass(view)));
 }
 
 QString MacDesktopServices::applicationPath() const

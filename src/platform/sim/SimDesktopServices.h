@@ -30,6 +30,8 @@ public:
                                                  const QString& autosaveName) override;
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
+    // Qt's windows here are never restored by the system and act on the first click.
+    void prepareSettingsWindow(QWidget&) override {}
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
 
