@@ -19,6 +19,7 @@ constexpr int segmentPadding = 12;
 constexpr int segmentTextMargin = 4; // above and below the title
 constexpr int segmentMinimumHeight = 22;
 constexpr qreal segmentCornerRadius = 6;
+constexpr qreal separatorInset = 4; // the lines between segments stop short of the frame
 // How much of the text colour tints the grey behind a disabled picker's chosen value.
 constexpr qreal disabledChosenTint = 0.2;
 constexpr qreal pressedTint = 0.12;
@@ -55,24 +56,35 @@ protected:
     {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
+        painter.setClipRect(rect());
         const ChoicePicker::SegmentLook look =
             ChoicePicker::segmentLook(palette(), isChecked(), isEnabled());
-        const QPainterPath shape = outline();
-        painter.setClipRect(rect());
-        painter.fillPath(shape, isDown() ? ViewStyle::mixed(look.fill, look.text, pressedTint) : look.fill);
-        const QColor line = palette().color(QPalette::Mid);
-        painter.strokePath(shape, QPen(line, 1));
-        if (m_previous && !isChecked() && !m_previous->isChecked()) {
-            painter.setPen(QPen(line, 1));
-            painter.drawLine(QPointF(0.5, 4), QPointF(0.5, height() - 4));
-        }
+        paintFrame(painter, look);
         painter.setPen(look.text);
         painter.drawText(rect(), Qt::AlignCenter, text());
-        if (hasFocus())
-            painter.strokePath(shape, QPen(palette().color(QPalette::Highlight), 2));
+        if (hasFocus()) {
+            // On the accent the accent's own text colour shows where the focus is.
+            painter.setPen(QPen(isChecked() ? look.text : palette().color(QPalette::Highlight), 2));
+            painter.setBrush(Qt::NoBrush);
+            painter.drawRoundedRect(QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5),
+                                    segmentCornerRadius - 2, segmentCornerRadius - 2);
+        }
     }
 
 private:
+    void paintFrame(QPainter& painter, const ChoicePicker::SegmentLook& look) const
+    {
+        const QPainterPath shape = outline();
+        painter.fillPath(shape, isDown() ? ViewStyle::mixed(look.fill, look.text, pressedTint)
+                                         : look.fill);
+        const QPen line(palette().color(QPalette::Mid), 1);
+        painter.strokePath(shape, line);
+        if (m_previous && !isChecked() && !m_previous->isChecked()) {
+            painter.setPen(line);
+            painter.drawLine(QPointF(0.5, separatorInset), QPointF(0.5, height() - separatorInset));
+        }
+    }
+
     // The picker's rounded outline as this segment sees it: its inner ends run on past its
     // edges, so that only the picker's two ends are rounded.
     QPainterPath outline() const
@@ -120,7 +132,7 @@ ChoicePicker::ChoicePicker(Kind kind, QWidget* parent)
 ChoicePicker::~ChoicePicker() = default;
 
 ChoicePicker::SegmentLook ChoicePicker::segmentLook(const QPalette& palette, bool chosen,
-                                                   bool enabled)
+                                                    bool enabled)
 {
     const QColor button = palette.color(QPalette::Active, QPalette::Button);
     if (!chosen) {

@@ -34,8 +34,8 @@ protected:
 
 private:
     struct Drawing {
-        QImage image;     // at the ratio it carries
-        qreal inset = 0;  // its transparent margin on the left, in points
+        QImage image;    // at the ratio it carries
+        qreal inset = 0; // its transparent margin on the left, in points
     };
 
     const Drawing& rendered(qreal ratio) const;

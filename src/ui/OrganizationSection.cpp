@@ -162,9 +162,12 @@ void OrganizationSection::renderTexts()
     m_warning->setText(m_context.text(u"No se pueden detectar ni ocultar apps sin autorizar esta "
                                       u"copia en Permisos y diagnóstico."_s));
     m_warning->setVisible(!m_context.inspector.isAuthorized());
-    QPalette warningColours = m_warning->palette();
-    warningColours.setColor(QPalette::WindowText, ViewStyle::orange(palette()));
-    m_warning->setPalette(warningColours);
+    const QColor orange = ViewStyle::orange(palette());
+    if (m_warning->palette().color(QPalette::WindowText) != orange) {
+        QPalette warningColours = m_warning->palette();
+        warningColours.setColor(QPalette::WindowText, orange);
+        m_warning->setPalette(warningColours);
+    }
     m_count->setText(m_context.text(QString::number(m_context.inspector.items().size()) +
                                     u" elementos detectados"_s));
 }

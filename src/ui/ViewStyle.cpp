@@ -187,7 +187,8 @@ QSize PaddedButton::sizeHint() const
 {
     const QSize natural = QPushButton::sizeHint();
     const int frame = style()->pixelMetric(QStyle::PM_DefaultFrameWidth, nullptr, this);
-    const int padded = fontMetrics().horizontalAdvance(text()) + 2 * (ViewStyle::buttonPadding + frame);
+    const int padded =
+        fontMetrics().horizontalAdvance(text()) + 2 * (ViewStyle::buttonPadding + frame);
     return {qMax(natural.width(), padded), natural.height()};
 }
 

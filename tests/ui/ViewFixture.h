@@ -86,8 +86,8 @@ inline QPalette darkPalette()
     dark.setColor(QPalette::HighlightedText, Qt::white);
     dark.setColor(QPalette::PlaceholderText, QColor(160, 160, 160));
     dark.setColor(QPalette::Link, QColor(64, 156, 255));
-    for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText,
-                                     QPalette::BrightText}) {
+    for (QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::BrightText}) {
         dark.setColor(QPalette::Active, role, text);
         dark.setColor(QPalette::Inactive, role, text);
         dark.setColor(QPalette::Disabled, role, dimmed);
