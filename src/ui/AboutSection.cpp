@@ -2,6 +2,7 @@
 
 #include "core/Identity.h"
 #include "l10n/L10n.h"
+#include "ui/ImageView.h"
 #include "ui/ViewStyle.h"
 
 #include <QLabel>
@@ -18,7 +19,9 @@ constexpr int sectionSpacing = 14;
 } // namespace
 
 AboutSection::AboutSection(const ViewContext& context, QWidget* parent)
-    : SectionView(context, sectionSpacing, parent), m_icon(new QLabel(this)),
+    : SectionView(context, sectionSpacing, parent),
+      m_icon(new ImageView({ViewStyle::aboutIconSize, ViewStyle::aboutIconSize}, this)),
+      m_name(new QLabel(Identity::name, this)),
       m_version(ViewStyle::text(ViewStyle::Text::Body, this)),
       m_credit(ViewStyle::text(ViewStyle::Text::Body, this)),
       m_rights(ViewStyle::text(ViewStyle::Text::Caption, this, true)),
@@ -26,16 +29,15 @@ AboutSection::AboutSection(const ViewContext& context, QWidget* parent)
 {
     setObjectName(u"aboutSection"_s);
     m_icon->setObjectName(u"aboutIcon"_s);
-    m_icon->setPixmap(ViewStyle::appIcon(context.services.bundleIcon, ViewStyle::aboutIconSize));
-    m_icon->setFixedSize(ViewStyle::aboutIconSize, ViewStyle::aboutIconSize);
-    auto* name = new QLabel(Identity::name, this);
-    name->setFont(ViewStyle::font(ViewStyle::Text::LargeTitle));
-    QPalette teal = name->palette();
-    teal.setColor(QPalette::WindowText, ViewStyle::teal());
-    name->setPalette(teal);
+    m_icon->setSource([loader = context.services.bundleIcon](qreal ratio) {
+        return ViewStyle::appIcon(loader, qRound(ViewStyle::aboutIconSize * ratio));
+    });
+    // The tile, not the icon's transparent canvas around it, lines up with the texts.
+    m_icon->setAlignsVisibleEdge(true);
+    m_name->setFont(ViewStyle::font(ViewStyle::Text::LargeTitle));
     m_version->setObjectName(u"versionLine"_s);
     add(m_icon);
-    add(name);
+    add(m_name);
     add(m_version);
     add(m_credit);
     add(m_rights);
@@ -53,6 +55,9 @@ QString AboutSection::shownVersion(const QString& bundleVersion)
 void AboutSection::render()
 {
     m_icon->setAccessibleName(m_context.text(u"Icono de Tuckaway"_s));
+    QPalette teal = m_name->palette();
+    teal.setColor(QPalette::WindowText, ViewStyle::teal(palette()));
+    m_name->setPalette(teal);
     m_version->setText(
         m_context.text(u"Versión "_s + shownVersion(Identity::version) + u" · macOS 27"_s));
     m_credit->setText(m_context.text(L10n::aboutCreditLine));

@@ -6,6 +6,8 @@ class QLabel;
 
 namespace tk {
 
+class ImageView;
+
 // Who we are: icon, name, version, credit and rights, and a word on the hiding mechanism.
 class AboutSection final : public SectionView {
     Q_OBJECT
@@ -19,7 +21,8 @@ public:
     static QString shownVersion(const QString& bundleVersion);
 
 private:
-    QLabel* m_icon;
+    ImageView* m_icon;
+    QLabel* m_name;
     QLabel* m_version;
     QLabel* m_credit;
     QLabel* m_rights;

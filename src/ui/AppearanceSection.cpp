@@ -3,6 +3,7 @@
 #include "app/StatusGlyph.h"
 #include "settings/Preferences.h"
 #include "ui/ChoicePicker.h"
+#include "ui/ImageView.h"
 #include "ui/ViewStyle.h"
 
 #include <QHBoxLayout>
@@ -20,6 +21,7 @@ namespace {
 constexpr int sectionSpacing = 18;
 constexpr int previewPadding = 20;
 constexpr int previewSpacing = 32;
+constexpr int previewCaptionSpacing = 4;
 constexpr qreal previewCornerRadius = 12;
 
 } // namespace
@@ -73,9 +75,10 @@ AppearanceSection::Preview AppearanceSection::buildPreviewColumn(QWidget* box, Q
                                                                  const QString& name)
 {
     auto* column = new QVBoxLayout;
-    Preview preview{new QLabel(box), ViewStyle::text(ViewStyle::Text::Caption, box)};
+    column->setSpacing(previewCaptionSpacing);
+    const QSize glyph = QSizeF(StatusGlyph::widthInPoints, StatusGlyph::heightInPoints).toSize();
+    Preview preview{new ImageView(glyph, box), ViewStyle::text(ViewStyle::Text::Caption, box)};
     preview.image->setObjectName(name);
-    preview.image->setAlignment(Qt::AlignCenter);
     preview.caption->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     preview.caption->setWordWrap(false);
     preview.caption->setAlignment(Qt::AlignHCenter);
@@ -104,13 +107,13 @@ void AppearanceSection::render()
 // The glyph is a mask; here nothing tints it for us, so it takes the text colour.
 void AppearanceSection::renderPreview(const Preview& preview, bool collapsed)
 {
-    const qreal ratio = qMax<qreal>(1.0, devicePixelRatioF());
-    const GlyphImage glyph = StatusGlyph::make(collapsed, m_context.preferences.data().symbol,
-                                               ratio, m_context.language());
-    QImage shown = StatusGlyph::tinted(glyph.image, palette().color(QPalette::WindowText));
-    shown.setDevicePixelRatio(glyph.image.devicePixelRatio());
-    preview.image->setPixmap(QPixmap::fromImage(shown));
-    preview.image->setAccessibleName(glyph.accessibilityDescription);
+    const QString symbol = m_context.preferences.data().symbol;
+    const QColor colour = palette().color(QPalette::WindowText);
+    preview.image->setSource([collapsed, symbol, colour](qreal ratio) {
+        return StatusGlyph::tinted(StatusGlyph::make(collapsed, symbol, ratio).image, colour);
+    });
+    preview.image->setAccessibleName(
+        StatusGlyph::accessibilityDescription(collapsed, m_context.language()));
     preview.caption->setText(m_context.text(collapsed ? u"Colapsado"_s : u"Expandido"_s));
 }
 

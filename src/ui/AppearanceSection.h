@@ -8,6 +8,7 @@ class QLabel;
 namespace tk {
 
 class ChoicePicker;
+class ImageView;
 
 // The status item's symbol, with a live preview of both of its states.
 class AppearanceSection final : public SectionView {
@@ -20,7 +21,7 @@ public:
 
 private:
     struct Preview {
-        QLabel* image;
+        ImageView* image;
         QLabel* caption;
     };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QList>
 #include <QString>
 #include <QWidget>
@@ -8,6 +9,7 @@ class QAbstractButton;
 class QBoxLayout;
 class QButtonGroup;
 class QLabel;
+class QPalette;
 
 namespace tk {
 
@@ -23,6 +25,13 @@ public:
         QString label;
         QString value;
     };
+    // How a segment is painted: the chosen one on the accent, the others on the button
+    // colour; a disabled picker keeps its chosen value readable on a grey.
+    struct SegmentLook {
+        QColor fill;
+        QColor text;
+    };
+    static SegmentLook segmentLook(const QPalette& palette, bool chosen, bool enabled);
 
     explicit ChoicePicker(Kind kind, QWidget* parent = nullptr);
     ~ChoicePicker() override;
@@ -43,6 +52,7 @@ Q_SIGNALS:
 
 private:
     void addOption(const Option& option);
+    void alignLabel();
     QAbstractButton* buttonFor(const QString& value) const;
 
     Kind m_kind;

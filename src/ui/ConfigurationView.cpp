@@ -132,6 +132,7 @@ ConfigurationView::Section ConfigurationView::sectionFor(int section)
     return section >= General && section <= Permissions ? Section(section) : About;
 }
 
+// Only the section on show is drawn; the others are drawn anew when they come into view.
 void ConfigurationView::render()
 {
     const Parts& parts = *m_parts;
@@ -140,21 +141,22 @@ void ConfigurationView::render()
     parts.sectionList->render();
     parts.footer->render();
     const int shown = sectionFor(m_context->preferences.section());
-    const bool switching = parts.sections[shown]->isHidden();
-    for (int index = 0; index < parts.sections.size(); ++index) {
-        parts.sections[index]->render();
+    SectionView* section = parts.sections[shown];
+    const bool switching = section->isHidden();
+    section->render();
+    for (int index = 0; index < parts.sections.size(); ++index)
         parts.sections[index]->setVisible(index == shown);
-    }
     if (switching)
         parts.content->verticalScrollBar()->setValue(0);
 }
 
 // Coming back to the window, for example from the system's privacy settings, shows the
-// permission as it stands now.
+// permission as it stands now; a new palette, light or dark, recolours what is drawn.
 void ConfigurationView::changeEvent(QEvent* event)
 {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+    if ((event->type() == QEvent::ActivationChange && isActiveWindow()) ||
+        event->type() == QEvent::PaletteChange)
         render();
 }
 

@@ -176,9 +176,8 @@ void GeneralSection::addCaption(const QString& key)
 QPushButton* GeneralSection::addButton(QLayout* row, const QString& name, const QString& key,
                                        std::function<void()> action)
 {
-    auto* button = new QPushButton(this);
+    QPushButton* button = ViewStyle::button(this);
     button->setObjectName(name);
-    button->setAutoDefault(false);
     row->addWidget(button);
     m_buttons.append({button, key});
     connect(button, &QPushButton::clicked, this, std::move(action));

@@ -22,7 +22,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int sectionSpacing = 16;
-constexpr int visibleRows = 10; // more rows scroll inside the list
 constexpr int bundleRole = Qt::UserRole;
 constexpr int rowPadding = 8; // more room around each row than a bare list gives
 
@@ -73,12 +72,19 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
     m_list->setObjectName(u"appList"_s);
     m_list->setUniformItemSizes(true);
     m_list->setTextElideMode(Qt::ElideRight);
+    // The list grows with its rows and the page scrolls, never the list inside it; a row is
+    // ticked, never selected.
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_list->setSizeAdjustPolicy(QAbstractScrollArea::AdjustIgnored);
+    m_list->setSelectionMode(QAbstractItemView::NoSelection);
+    // A click ticks a row without marking it as the focused one; the keyboard still reaches
+    // the list with Tab.
+    m_list->setFocusPolicy(Qt::TabFocus);
+    // Rows lie on the window like the other switches of the page, inside a frame.
+    m_list->viewport()->setBackgroundRole(QPalette::Window);
     m_list->setItemDelegate(new WholeRowToggle(m_list));
     m_warning->setObjectName(u"authorizationWarning"_s);
-    QPalette warningColours = m_warning->palette();
-    warningColours.setColor(QPalette::WindowText, ViewStyle::orange());
-    m_warning->setPalette(warningColours);
     m_count->setObjectName(u"itemCount"_s);
     add(m_title);
     add(m_mode);
@@ -101,14 +107,12 @@ void OrganizationSection::buildButtons()
 {
     auto* row = new QHBoxLayout;
     row->setSpacing(ViewStyle::rowSpacing);
-    m_refresh = new QPushButton(this);
+    m_refresh = ViewStyle::button(this);
     m_refresh->setObjectName(u"refreshAppsButton"_s);
-    m_toggle = new QPushButton(this);
+    m_toggle = ViewStyle::button(this);
     m_toggle->setObjectName(u"toggleVisibilityButton"_s);
-    for (QPushButton* button : {m_refresh, m_toggle}) {
-        button->setAutoDefault(false);
-        row->addWidget(button);
-    }
+    row->addWidget(m_refresh);
+    row->addWidget(m_toggle);
     row->addStretch(1);
     add(row);
     connect(m_refresh, &QPushButton::clicked, this,
@@ -158,6 +162,12 @@ void OrganizationSection::renderTexts()
     m_warning->setText(m_context.text(u"No se pueden detectar ni ocultar apps sin autorizar esta "
                                       u"copia en Permisos y diagnóstico."_s));
     m_warning->setVisible(!m_context.inspector.isAuthorized());
+    const QColor orange = ViewStyle::orange(palette());
+    if (m_warning->palette().color(QPalette::WindowText) != orange) {
+        QPalette warningColours = m_warning->palette();
+        warningColours.setColor(QPalette::WindowText, orange);
+        m_warning->setPalette(warningColours);
+    }
     m_count->setText(m_context.text(QString::number(m_context.inspector.items().size()) +
                                     u" elementos detectados"_s));
 }
@@ -204,11 +214,10 @@ void OrganizationSection::fillList(const QList<ConfigurationView::ListedApp>& ap
         auto* item = new QListWidgetItem(app.name, m_list);
         item->setData(bundleRole, app.bundle);
         item->setToolTip(app.name == app.bundle ? app.bundle : app.name + u'\n' + app.bundle);
-        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
+        item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsUserCheckable);
     }
-    const int rows = qBound(1, int(apps.size()), visibleRows);
     const int rowHeight = apps.isEmpty() ? 0 : m_list->sizeHintForRow(0);
-    m_list->setFixedHeight(rows * rowHeight + 2 * m_list->frameWidth());
+    m_list->setFixedHeight(int(apps.size()) * rowHeight + 2 * m_list->frameWidth());
 }
 
 } // namespace tk

@@ -2,7 +2,6 @@
 
 #include "inspection/Accessibility.h"
 #include "inspection/Inspector.h"
-#include "l10n/L10n.h"
 #include "ui/PrivacySettings.h"
 #include "ui/ViewStyle.h"
 #include "visibility/NativeVisibilityBridge.h"
@@ -77,9 +76,8 @@ PermissionsSection::~PermissionsSection() = default;
 QPushButton* PermissionsSection::addButton(QLayout* row, const QString& name,
                                            std::function<void()> action)
 {
-    auto* button = new QPushButton(this);
+    QPushButton* button = ViewStyle::button(this);
     button->setObjectName(name);
-    button->setAutoDefault(false);
     row->addWidget(button);
     connect(button, &QPushButton::clicked, this, std::move(action));
     return button;
@@ -103,13 +101,12 @@ void PermissionsSection::render()
 
 void PermissionsSection::renderReport()
 {
-    const QString report = m_context.inspector.report();
-    const QString language = m_context.language();
-    if (m_reportSource == report && m_reportLanguage == language)
+    const QString& text = m_translation.text(m_context.inspector.report(), m_context.language());
+    // A redraw that brings the same text leaves its selection and scroll position alone.
+    if (m_shownReport == text)
         return;
-    m_reportSource = report;
-    m_reportLanguage = language;
-    m_report->setPlainText(L10n::text(report, language));
+    m_shownReport = text;
+    m_report->setPlainText(text);
 }
 
 } // namespace tk

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/ReportTranslation.h"
 #include "ui/ViewContext.h"
 
 #include <optional>
@@ -33,10 +34,8 @@ private:
     QPushButton* m_refresh;
     QPushButton* m_save;
     QPlainTextEdit* m_report;
-    // What the report box was last filled from; a redraw that changes neither leaves the
-    // text, its selection and its scroll position alone.
-    std::optional<QString> m_reportSource;
-    QString m_reportLanguage;
+    ReportTranslation m_translation;
+    std::optional<QString> m_shownReport;
 };
 
 } // namespace tk

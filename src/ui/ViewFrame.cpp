@@ -2,11 +2,12 @@
 
 #include "inspection/Inspector.h"
 #include "settings/Preferences.h"
+#include "ui/ImageView.h"
 #include "ui/ViewContext.h"
 #include "ui/ViewStyle.h"
 #include "visibility/VisibilityController.h"
 
-#include <QGuiApplication>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
@@ -30,21 +31,24 @@ constexpr qreal rowCornerRadius = 8;
 } // namespace
 
 HeaderBar::HeaderBar(const ViewContext& context, QWidget* parent)
-    : QWidget(parent), m_context(context), m_icon(new QLabel(this)),
-      m_state(ViewStyle::text(ViewStyle::Text::Body, this, true)), m_showAll(new QPushButton(this))
+    : QWidget(parent), m_context(context),
+      m_icon(new ImageView({ViewStyle::headerIconSize, ViewStyle::headerIconSize}, this)),
+      m_state(ViewStyle::text(ViewStyle::Text::Body, this, true)),
+      m_showAll(ViewStyle::button(this))
 {
     setObjectName(u"header"_s);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(20, 20, 20, 20);
-    m_icon->setPixmap(ViewStyle::appIcon(context.services.bundleIcon, ViewStyle::headerIconSize));
-    m_icon->setFixedSize(ViewStyle::headerIconSize, ViewStyle::headerIconSize);
+    m_icon->setObjectName(u"headerIcon"_s);
+    m_icon->setSource([loader = context.services.bundleIcon](qreal ratio) {
+        return ViewStyle::appIcon(loader, qRound(ViewStyle::headerIconSize * ratio));
+    });
     auto* title = new QLabel(u"Tuckaway"_s, this);
     title->setFont(ViewStyle::font(ViewStyle::Text::Title2));
     m_state->setObjectName(u"hidingState"_s);
     m_state->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     m_state->setWordWrap(false);
     m_showAll->setObjectName(u"headerShowAll"_s);
-    m_showAll->setAutoDefault(false);
     row->addWidget(m_icon);
     row->addWidget(title);
     row->addStretch(1);
@@ -93,7 +97,7 @@ void SectionRow::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     if (isChecked()) {
-        QColor highlight = ViewStyle::teal();
+        QColor highlight = ViewStyle::teal(palette());
         highlight.setAlphaF(ViewStyle::highlightOpacity);
         QPainterPath shape;
         shape.addRoundedRect(QRectF(rect()), rowCornerRadius, rowCornerRadius);
@@ -155,12 +159,7 @@ FooterBar::FooterBar(const ViewContext& context, QWidget* parent)
     m_needsApply->setObjectName(u"needsApplyLine"_s);
     m_apply->setObjectName(u"applyButton"_s);
     m_apply->setDefault(true);
-    // The prominent style: filled with the accent colour.
-    m_apply->setStyleSheet(
-        u"QPushButton { background-color: palette(highlight); color: palette(highlighted-text);"
-        " border: none; border-radius: 6px; padding: 5px 14px; }"
-        " QPushButton:pressed { background-color: palette(dark); }"
-        " QPushButton:disabled { background-color: palette(midlight); color: palette(mid); }"_s);
+    m_apply->setStyleSheet(ViewStyle::prominentButtonSheet(palette()));
     auto* texts = new QVBoxLayout;
     texts->setSpacing(3);
     texts->addWidget(m_status);
@@ -172,6 +171,14 @@ FooterBar::FooterBar(const ViewContext& context, QWidget* parent)
     row->addWidget(m_apply, 0, Qt::AlignVCenter);
     connect(m_apply, &QPushButton::clicked, this,
             [this] { ViewContext::run(m_context.actions.applySettings); });
+}
+
+// The prominent button takes the colours of a new palette, light or dark.
+void FooterBar::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        m_apply->setStyleSheet(ViewStyle::prominentButtonSheet(palette()));
 }
 
 QString FooterBar::statusKey(bool scanning, const QString& notice, const QString& message)

@@ -9,6 +9,7 @@ class QPushButton;
 
 namespace tk {
 
+class ImageView;
 struct ViewContext;
 
 // The top row: our icon and name, the hiding state and "Mostrar todo".
@@ -21,7 +22,7 @@ public:
 
 private:
     const ViewContext& m_context;
-    QLabel* m_icon;
+    ImageView* m_icon;
     QLabel* m_state;
     QPushButton* m_showAll;
 };
@@ -68,6 +69,9 @@ public:
     // The status line's Spanish text: the scan, else the store's notice, else the hiding
     // engine's message.
     static QString statusKey(bool scanning, const QString& notice, const QString& message);
+
+protected:
+    void changeEvent(QEvent* event) override;
 
 private:
     const ViewContext& m_context;

@@ -6,8 +6,10 @@
 #include <QFrame>
 #include <QGuiApplication>
 #include <QLabel>
-#include <QPixmap>
+#include <QPalette>
 #include <QSizePolicy>
+#include <QStyle>
+#include <cmath>
 
 namespace tk {
 
@@ -18,6 +20,12 @@ namespace {
 constexpr double bodySize = 13.0;
 // Where the body text is small, the smallest styles would stop being readable.
 constexpr double smallestPointSize = 8.0;
+// White text still reads on an accent this dark or darker.
+constexpr double whiteTextContrast = 3.0;
+// A disabled prominent button: a grey step off the window, with a dimmed but legible title.
+constexpr double disabledFillTint = 0.12;
+constexpr double disabledTextFade = 0.45;
+constexpr int pressedDarkening = 115;
 
 struct Metrics {
     double size;
@@ -58,16 +66,78 @@ QFont font(Text style)
     return scaled;
 }
 
-// The system's teal and orange as the Mac shows them in light mode; both read well on dark
-// backgrounds too.
-QColor teal()
+bool isDark(const QPalette& palette)
 {
-    return QColor(48, 176, 199);
+    return palette.color(QPalette::Window).lightness() <
+           palette.color(QPalette::WindowText).lightness();
 }
 
-QColor orange()
+// The Mac's system teal and orange; each mode has its own variant, brighter on dark.
+QColor teal(const QPalette& palette)
 {
-    return QColor(255, 149, 0);
+    return isDark(palette) ? QColor(64, 200, 224) : QColor(48, 176, 199);
+}
+
+QColor orange(const QPalette& palette)
+{
+    return isDark(palette) ? QColor(255, 159, 10) : QColor(255, 149, 0);
+}
+
+QColor accent(const QPalette& palette)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    return palette.color(QPalette::Active, QPalette::Accent);
+#else
+    return palette.color(QPalette::Active, QPalette::Highlight);
+#endif
+}
+
+double contrast(const QColor& a, const QColor& b)
+{
+    const auto luminance = [](const QColor& colour) {
+        const auto linear = [](double channel) {
+            return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+        };
+        const QColor rgb = colour.toRgb();
+        return 0.2126 * linear(rgb.redF()) + 0.7152 * linear(rgb.greenF()) +
+               0.0722 * linear(rgb.blueF());
+    };
+    const double first = luminance(a);
+    const double second = luminance(b);
+    return (qMax(first, second) + 0.05) / (qMin(first, second) + 0.05);
+}
+
+QColor textOn(const QColor& fill)
+{
+    const QColor white(Qt::white);
+    const QColor black(Qt::black);
+    if (contrast(white, fill) >= whiteTextContrast)
+        return white;
+    return contrast(black, fill) > contrast(white, fill) ? black : white;
+}
+
+QColor mixed(const QColor& base, const QColor& tint, double amount)
+{
+    const QColor from = base.toRgb();
+    const QColor to = tint.toRgb();
+    return QColor::fromRgbF(float(from.redF() + (to.redF() - from.redF()) * amount),
+                            float(from.greenF() + (to.greenF() - from.greenF()) * amount),
+                            float(from.blueF() + (to.blueF() - from.blueF()) * amount));
+}
+
+QString prominentButtonSheet(const QPalette& palette)
+{
+    const QColor fill = accent(palette);
+    const QColor button = palette.color(QPalette::Active, QPalette::Button);
+    const QColor title = palette.color(QPalette::Active, QPalette::ButtonText);
+    return QStringLiteral("QPushButton { background-color: %1; color: %2; border: none;"
+                          " border-radius: 6px; padding: 5px %3px; }"
+                          " QPushButton:pressed { background-color: %4; }"
+                          " QPushButton:disabled { background-color: %5; color: %6; }")
+        .arg(fill.name(), textOn(fill).name())
+        .arg(buttonPadding)
+        .arg(fill.darker(pressedDarkening).name(), mixed(button, title, disabledFillTint).name(),
+             mixed(title, button, disabledTextFade).name());
 }
 
 QLabel* text(Text style, QWidget* parent, bool secondary)
@@ -89,14 +159,10 @@ QLabel* sectionTitle(QWidget* parent)
     return text(Text::Title2, parent);
 }
 
-QPixmap appIcon(const std::function<QImage(int)>& bundleIcon, int points)
+QImage appIcon(const std::function<QImage(int)>& bundleIcon, int pixels)
 {
-    const qreal ratio = qMax<qreal>(1.0, qGuiApp->devicePixelRatio());
-    const int pixels = qRound(points * ratio);
-    QImage image = AppIdentity::icon(AppIdentity::defaultPixelSize, bundleIcon)
-                       .scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    image.setDevicePixelRatio(ratio);
-    return QPixmap::fromImage(image);
+    return AppIdentity::icon(AppIdentity::defaultPixelSize, bundleIcon)
+        .scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
 QFrame* divider(QWidget* parent)
@@ -108,6 +174,27 @@ QFrame* divider(QWidget* parent)
     return line;
 }
 
+QPushButton* button(QWidget* parent)
+{
+    auto* made = new PaddedButton(parent);
+    made->setAutoDefault(false);
+    return made;
+}
+
 } // namespace ViewStyle
+
+QSize PaddedButton::sizeHint() const
+{
+    const QSize natural = QPushButton::sizeHint();
+    const int frame = style()->pixelMetric(QStyle::PM_DefaultFrameWidth, nullptr, this);
+    const int padded =
+        fontMetrics().horizontalAdvance(text()) + 2 * (ViewStyle::buttonPadding + frame);
+    return {qMax(natural.width(), padded), natural.height()};
+}
+
+QSize PaddedButton::minimumSizeHint() const
+{
+    return sizeHint();
+}
 
 } // namespace tk

@@ -17,6 +17,7 @@
 #include <QAbstractButton>
 #include <QCoreApplication>
 #include <QLabel>
+#include <QPalette>
 #include <QSemaphore>
 #include <QTest>
 #include <atomic>
@@ -64,6 +65,35 @@ inline ExternalItem detected(const std::optional<QString>& bundle, const QString
     item.app = app;
     item.id = bundle.value_or(QStringLiteral("0")) + QStringLiteral(":0:") + app;
     return item;
+}
+
+// A dark palette close to the Mac's dark appearance.
+inline QPalette darkPalette()
+{
+    const QColor text(223, 223, 223);
+    const QColor dimmed(112, 112, 112);
+    QPalette dark;
+    dark.setColor(QPalette::Window, QColor(50, 50, 50));
+    dark.setColor(QPalette::Base, QColor(30, 30, 30));
+    dark.setColor(QPalette::AlternateBase, QColor(38, 38, 38));
+    dark.setColor(QPalette::Button, QColor(72, 72, 72));
+    dark.setColor(QPalette::Light, QColor(100, 100, 100));
+    dark.setColor(QPalette::Midlight, QColor(80, 80, 80));
+    dark.setColor(QPalette::Mid, QColor(92, 92, 92));
+    dark.setColor(QPalette::Dark, QColor(22, 22, 22));
+    dark.setColor(QPalette::Shadow, Qt::black);
+    dark.setColor(QPalette::Highlight, QColor(10, 132, 255));
+    dark.setColor(QPalette::HighlightedText, Qt::white);
+    dark.setColor(QPalette::PlaceholderText, QColor(160, 160, 160));
+    dark.setColor(QPalette::Link, QColor(64, 156, 255));
+    for (QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::BrightText}) {
+        dark.setColor(QPalette::Active, role, text);
+        dark.setColor(QPalette::Inactive, role, text);
+        dark.setColor(QPalette::Disabled, role, dimmed);
+    }
+    dark.setColor(QPalette::Disabled, QPalette::Highlight, QColor(80, 80, 80));
+    return dark;
 }
 
 // The settings view over a store, an inspector and a visibility controller on the simulated

@@ -1,10 +1,12 @@
 #include "ViewFixture.h"
 #include "core/Identity.h"
 #include "platform/sim/SimScenario.h"
+#include "ui/ReportTranslation.h"
+#include "ui/ViewStyle.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -30,16 +32,19 @@ const QString restoredMessage =
 QStringList visibleTexts(const QWidget& root)
 {
     QStringList texts;
+    const auto shown = [&root](const QWidget* widget) { return widget->isVisibleTo(&root); };
     for (const QLabel* label : root.findChildren<QLabel*>())
-        texts.append(label->text());
+        texts.append(shown(label) ? label->text() : QString());
     for (const QAbstractButton* button : root.findChildren<QAbstractButton*>())
-        texts.append(button->text());
+        texts.append(shown(button) ? button->text() : QString());
     for (const QListWidget* list : root.findChildren<QListWidget*>()) {
-        for (int row = 0; row < list->count(); ++row)
+        for (int row = 0; row < list->count() && shown(list); ++row)
             texts.append(list->item(row)->text());
     }
-    for (const QPlainTextEdit* box : root.findChildren<QPlainTextEdit*>())
-        texts.append(box->toPlainText().split(u'\n'));
+    for (const QPlainTextEdit* box : root.findChildren<QPlainTextEdit*>()) {
+        if (shown(box))
+            texts.append(box->toPlainText().split(u'\n'));
+    }
     return texts;
 }
 
@@ -77,7 +82,12 @@ private Q_SLOTS:
     void saveReport();
     void saveReportFailureNamesTheFile();
     void languageSwitchRelabelsEverything();
-    void largeInputsKeepLayoutAndSpeed();
+    void hiddenSectionRedrawsWhenShown();
+    void reportTranslatedOncePerReportAndLanguage();
+    void chosenSegmentReads_data();
+    void chosenSegmentReads();
+    void largeInputsKeepLayout();
+    void screenshots_data();
     void screenshots();
 };
 
@@ -166,6 +176,7 @@ void TestConfigurationView::applyDisabledWhileScanningOrPending()
 void TestConfigurationView::headerFollowsHidingState()
 {
     ViewFixture f;
+    f.preferences.setSection(ConfigurationView::Organization);
     QCOMPARE(f.labelText(u"hidingState"_s), u"Expandido"_s);
     QCOMPARE(f.button(u"toggleVisibilityButton"_s)->text(), u"Colapsar grupo"_s);
     f.visibility.activate({u"com.harborsoft.Dockyard"_s});
@@ -356,10 +367,13 @@ void TestConfigurationView::appListInManualModeOnly()
 void TestConfigurationView::countAndAuthorizationLines()
 {
     ViewFixture f;
+    const auto show = [&f](int section) { f.preferences.setSection(section); };
     QVERIFY(f.scan({detected(u"com.a"_s, u"A"_s), detected(u"com.a"_s, u"A"_s),
                     detected(u"com.a"_s, u"A"_s)}));
+    show(ConfigurationView::Organization);
     QCOMPARE(f.labelText(u"itemCount"_s), u"3 elementos detectados"_s);
     QVERIFY(f.find<QLabel>(u"authorizationWarning"_s)->isHidden());
+    show(ConfigurationView::Permissions);
     QCOMPARE(f.labelText(u"authorizationLine"_s), u"Accesibilidad autorizada"_s);
 
     f.desktop.setTrusted(false);
@@ -367,9 +381,11 @@ void TestConfigurationView::countAndAuthorizationLines()
     QCOMPARE(f.refreshes, 1);
     QVERIFY(f.scan({}));
     QCOMPARE(f.labelText(u"authorizationLine"_s), u"Falta autorizar Accesibilidad"_s);
+    show(ConfigurationView::Organization);
     QVERIFY(!f.find<QLabel>(u"authorizationWarning"_s)->isHidden());
     QCOMPARE(f.labelText(u"itemCount"_s), u"0 elementos detectados"_s);
 
+    show(ConfigurationView::Permissions);
     QCOMPARE(f.labelText(u"mechanismLine"_s), u"Mecanismo de ocultación disponible"_s);
     SimFrameworkBehaviour absent = f.desktop.frameworkBehaviour();
     absent.present = false;
@@ -458,15 +474,17 @@ void TestConfigurationView::languageSwitchRelabelsEverything()
         r.hiddenBundles = {u"org.example.gone"_s};
     });
     f.preferences.setNotice(u"Configuración exportada."_s);
-    f.preferences.setSection(ConfigurationView::Appearance);
     f.picker(u"languagePicker"_s)->choose(u"en"_s);
     QCOMPARE(f.preferences.language(), u"en"_s);
 
     const QHash<QString, QString>& english = L10n::english();
-    for (const QString& text : visibleTexts(*f.view)) {
-        QVERIFY2(!english.contains(text) || english.value(text) == text, qPrintable(text));
-        QVERIFY2(!text.contains(u" (no detectada)"_s) && !text.contains(u" segundos"_s),
-                 qPrintable(text));
+    for (int section = 0; section < sectionNames.size(); ++section) {
+        f.preferences.setSection(section);
+        for (const QString& text : visibleTexts(*f.view)) {
+            QVERIFY2(!english.contains(text) || english.value(text) == text, qPrintable(text));
+            QVERIFY2(!text.contains(u" (no detectada)"_s) && !text.contains(u" segundos"_s),
+                     qPrintable(text));
+        }
     }
     QCOMPARE(f.button(u"sectionRow3"_s)->text(), u"Permissions & diagnostics"_s);
     QCOMPARE(f.labelText(u"statusLine"_s), u"Settings exported."_s);
@@ -475,9 +493,74 @@ void TestConfigurationView::languageSwitchRelabelsEverything()
     QCOMPARE(f.view->locale().language(), QLocale::English);
 }
 
-// Long names and a report of thousands of lines neither widen the window nor slow the
-// redraws that do not change them.
-void TestConfigurationView::largeInputsKeepLayoutAndSpeed()
+// A section out of view keeps what it last showed through published changes, and shows the
+// state of the moment as soon as it comes into view.
+void TestConfigurationView::hiddenSectionRedrawsWhenShown()
+{
+    ViewFixture f;
+    f.preferences.setSection(ConfigurationView::Permissions);
+    f.inspector.setReport(u"Detectados: 1"_s);
+    auto* report = f.find<QPlainTextEdit>(u"report"_s);
+    QCOMPARE(report->toPlainText(), u"Detectados: 1"_s);
+    f.preferences.setSection(ConfigurationView::General);
+    f.inspector.setReport(u"Detectados: 2"_s);
+    f.preferences.setLanguage(u"en"_s);
+    QCOMPARE(report->toPlainText(), u"Detectados: 1"_s);
+    f.preferences.setSection(ConfigurationView::Permissions);
+    QCOMPARE(report->toPlainText(), u"Detected: 2"_s);
+}
+
+void TestConfigurationView::reportTranslatedOncePerReportAndLanguage()
+{
+    int translations = 0;
+    ReportTranslation translation([&translations](const QString& report, const QString& language) {
+        ++translations;
+        return L10n::text(report, language);
+    });
+    const QString report = u"Detectados: 3"_s;
+    const QString first = translation.text(report, u"en"_s);
+    QCOMPARE(translation.text(QString(report), u"en"_s), first);
+    QCOMPARE(translations, 1);
+    QCOMPARE(first, u"Detected: 3"_s);
+    QCOMPARE(translation.text(report, u"es"_s), report);
+    QCOMPARE(translation.text(u"Detectados: 4"_s, u"es"_s), u"Detectados: 4"_s);
+    QCOMPARE(translations, 3);
+}
+
+void TestConfigurationView::chosenSegmentReads_data()
+{
+    QTest::addColumn<QPalette>("palette");
+    QTest::addColumn<bool>("enabled");
+    QPalette brightAccent = QApplication::palette();
+    brightAccent.setColor(QPalette::Highlight, QColor(255, 204, 0));
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    brightAccent.setColor(QPalette::Accent, QColor(255, 204, 0));
+#endif
+    const QList<std::pair<const char*, QPalette>> palettes = {{"light", QApplication::palette()},
+                                                              {"dark", darkPalette()},
+                                                              {"bright accent", brightAccent}};
+    for (const auto& [name, palette] : palettes) {
+        QTest::addRow("%s", name) << palette << true;
+        QTest::addRow("%s, disabled", name) << palette << false;
+    }
+}
+
+// The chosen segment stands apart from the others and its title reads on it, also in a
+// disabled picker, where it still shows the stored value.
+void TestConfigurationView::chosenSegmentReads()
+{
+    QFETCH(QPalette, palette);
+    QFETCH(bool, enabled);
+    const ChoicePicker::SegmentLook chosen = ChoicePicker::segmentLook(palette, true, enabled);
+    const ChoicePicker::SegmentLook other = ChoicePicker::segmentLook(palette, false, enabled);
+    const double readable = ViewStyle::contrast(chosen.text, chosen.fill);
+    QVERIFY2(readable >= 3.0, qPrintable(QString::number(readable)));
+    QVERIFY2(ViewStyle::contrast(chosen.fill, other.fill) >= 1.3, qPrintable(chosen.fill.name()));
+    QVERIFY(chosen.fill != other.fill);
+}
+
+// Long names and a report of thousands of lines do not widen the window.
+void TestConfigurationView::largeInputsKeepLayout()
 {
     ViewFixture f;
     const QString longBundle = u"com.example."_s + QString(300, u'x');
@@ -495,19 +578,41 @@ void TestConfigurationView::largeInputsKeepLayoutAndSpeed()
                  qPrintable(sectionNames[section]));
     }
     QCOMPARE(f.find<QPlainTextEdit>(u"report"_s)->blockCount(), 5000);
-    QElapsedTimer clock;
-    clock.start();
-    for (int redraw = 0; redraw < 20; ++redraw)
-        f.preferences.setNotice(u"Configuración aplicada."_s);
-    QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
 }
 
-// Pictures of every section in both languages, for a person to look at.
+void TestConfigurationView::screenshots_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<bool>("dark");
+    QTest::addColumn<QSize>("size");
+    for (const QString& language : {u"es"_s, u"en"_s}) {
+        for (const bool dark : {false, true}) {
+            for (const QSize size :
+                 {ConfigurationView::idealSize, ConfigurationView::minimumSize}) {
+                const QString name = u"%1-%2-%3x%4"_s.arg(language, dark ? u"dark"_s : u"light"_s)
+                                         .arg(size.width())
+                                         .arg(size.height());
+                QTest::newRow(qPrintable(name)) << language << dark << size;
+            }
+        }
+    }
+}
+
+// Pictures of every section in both languages, light and dark, at the ideal and the minimum
+// size, for a person to look at.
 void TestConfigurationView::screenshots()
 {
-    const QString folder = qEnvironmentVariable("TUCKAWAY_ARTIFACTS", QDir::tempPath());
-    QVERIFY(QDir().mkpath(folder + u"/ui"_s));
+    QFETCH(QString, language);
+    QFETCH(bool, dark);
+    QFETCH(QSize, size);
+    const QString folder =
+        u"%1/ui/%2"_s.arg(qEnvironmentVariable("TUCKAWAY_ARTIFACTS", QDir::tempPath()),
+                          QString::fromLatin1(QTest::currentDataTag()));
+    QVERIFY(QDir().mkpath(folder));
     ViewFixture f;
+    if (dark)
+        f.view->setPalette(darkPalette());
+    f.view->resize(size);
     QVERIFY(f.scan({detected(u"com.driftwoodlabs.Weathervane"_s, u"Weathervane"_s),
                     detected(u"com.harborsoft.Dockyard"_s, u"Dockyard"_s),
                     detected(u"com.hollowoak.Clipjar"_s, u"Clipjar"_s),
@@ -518,25 +623,31 @@ void TestConfigurationView::screenshots()
                    u"Fecha: 2026-11-02T10:00:00Z\nAccessibility autorizado: sí\nDetectados: 5. No "
                    u"se ha modificado ningún icono externo. La ausencia de resultados no "
                    u"demuestra ausencia de iconos."_s));
+    // A disabled picker beside enabled ones, and the warning of a copy without access.
     f.changeRecord([](SettingsData& r) {
         r.mode = u"manual"_s;
         r.hiddenBundles = {u"com.harborsoft.Dockyard"_s, u"org.example.gone"_s};
+        r.autoCollapse = false;
+        r.hotkey = HotKeySettings{};
     });
+    f.desktop.setTrusted(false);
     f.preferences.setNotice(u"Configuración exportada."_s);
-    for (const QString& language : {u"es"_s, u"en"_s}) {
-        f.preferences.setLanguage(language);
-        for (int section = 0; section <= 4; ++section) {
-            f.preferences.setSection(section);
-            QCoreApplication::processEvents();
-            const QString path = u"%1/ui/section%2-%3.png"_s.arg(folder).arg(section).arg(language);
-            QVERIFY2(f.view->grab().save(path), qPrintable(path));
+    f.preferences.setLanguage(language);
+    for (int section = 0; section <= 4; ++section) {
+        f.preferences.setSection(section);
+        if (section == ConfigurationView::Organization) { // just after ticking "Clipjar"
+            auto* list = f.find<QListWidget>(u"appList"_s);
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                              list->visualItemRect(list->item(1)).center());
         }
-        // The whole of the longest section, beyond what the window shows without scrolling.
-        f.preferences.setSection(ConfigurationView::General);
         QCoreApplication::processEvents();
-        const QString whole = u"%1/ui/section0-%2-whole.png"_s.arg(folder, language);
-        QVERIFY(f.find<QWidget>(u"sectionColumn"_s)->grab().save(whole));
+        const QString path = u"%1/section%2.png"_s.arg(folder).arg(section);
+        QVERIFY2(f.view->grab().save(path), qPrintable(path));
     }
+    // The whole of the longest section, beyond what the window shows without scrolling.
+    f.preferences.setSection(ConfigurationView::General);
+    QCoreApplication::processEvents();
+    QVERIFY(f.find<QWidget>(u"sectionColumn"_s)->grab().save(folder + u"/section0-whole.png"_s));
 }
 
 QTEST_MAIN(TestConfigurationView)
