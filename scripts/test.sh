@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# Builds and runs the whole test suite twice: plain, then with AddressSanitizer and
-# UndefinedBehaviorSanitizer. Fails when either run fails.
+# Builds and runs the whole test suite three times: plain (gcc), with AddressSanitizer and
+# UndefinedBehaviorSanitizer, and built with clang; then parses every file with clang and
+# libc++, as Apple's toolchain does. Fails when any of them fails.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
 "$root/scripts/setup.sh" plain
 "$root/scripts/setup.sh" asan
+"$root/scripts/setup.sh" clang
 
 export QT_QPA_PLATFORM=offscreen
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:strict_string_checks=1"
@@ -17,6 +19,10 @@ echo "== Plain run =="
 ctest --test-dir "$root/build" --output-on-failure || status=1
 echo "== Sanitized run (AddressSanitizer + UndefinedBehaviorSanitizer) =="
 ctest --test-dir "$root/build-asan" --output-on-failure || status=1
+echo "== Clang build =="
+ctest --test-dir "$root/build-clang" --output-on-failure || status=1
+echo "== Parse with clang and libc++ =="
+"$root/scripts/setup.sh" libcxx || status=1
 if [ "$status" -ne 0 ]; then
     echo "Tests failed." >&2
 fi
