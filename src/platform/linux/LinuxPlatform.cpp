@@ -19,6 +19,8 @@ PlatformOrError createPlatform(const PlatformOptions& options)
             return {nullptr, loaded.error().description};
         scenario = std::move(loaded).value();
     }
+    if (options.replayable)
+        return {SimPlatform::replayable(std::move(scenario)), QString()};
     SimPlatform::Services services;
     services.userDefaults = std::make_unique<SettingsUserDefaults>();
     services.time = std::make_unique<SystemTimeSource>();
