@@ -6,6 +6,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QMenu>
+#include <QScreen>
+#include <QTemporaryDir>
 
 using namespace tk;
 
@@ -125,6 +127,7 @@ private Q_SLOTS:
     void menuOpensAtTheIcon_data();
     void menuOpensAtTheIcon();
     void menuClosedWithoutChoiceIsDismissed();
+    void settingsWindowOnTheHostScreen();
     void panelChangesTheDesktop();
     void quittingTuckawayFromThePanelIsRefused();
     void fiftyApplicationsAtOnce();
@@ -293,6 +296,28 @@ void TestSimulatorWindow::menuClosedWithoutChoiceIsDismissed()
     QVERIFY(!sim.window->openMenu());
     sim.click(); // plain clicks still reach the application
     QVERIFY(sim.shell.visibility().active());
+}
+
+// Shown on a display, the settings window is centred on the real screen, not on the
+// simulated ones, and the interface report describes where it really is.
+void TestSimulatorWindow::settingsWindowOnTheHostScreen()
+{
+    Shell shell(scenario(barScenario));
+    QTemporaryDir folder;
+    const QString report = folder.filePath(u"ui.json"_s);
+    QVERIFY(shell.launched({u"--ui-report"_s, report}));
+    shell.services.placeWindowsOnHostScreens(true);
+    shell.app->openSettings(std::nullopt);
+    shell.settled();
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    const QRect window = shell.app->settingsWindow()->frameGeometry();
+    QVERIFY(qAbs(window.left() - std::max(area.left(), area.center().x() - window.width() / 2)) <= 1);
+    QVERIFY(window.bottom() <= area.bottom());
+    QFile written(report);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const QByteArray text = written.readAll();
+    QVERIFY2(text.contains(QByteArray::number(area.width())), text.constData());
+    QVERIFY2(!text.contains("1000"), text.constData()); // the simulated screen's width
 }
 
 void TestSimulatorWindow::panelChangesTheDesktop()
