@@ -516,6 +516,8 @@ void HeadlessSession::set(const QString& field, const QString& value)
 
 HeadlessSession::Outcome HeadlessSession::savePicture(const QString& name)
 {
+    if (m_directory.isEmpty())
+        m_directory = defaultPictureDirectory();
     SimMenuBarScene::Look look;
     look.language = m_app.preferences().language();
     if (const SimStatusItem* item = m_platform.simulatedDesktopServices().statusItem())

@@ -30,8 +30,10 @@ public:
     static inline const QString builtInName = QStringLiteral("built-in session");
 
     // `platform` must run on virtual time. Failures go to `errors` as FILE:LINE: reason.
+    // Pictures go to `pictureDirectory`, by default to `defaultPictureDirectory()`, made when
+    // the first one is saved.
     HeadlessSession(SimPlatform& platform, AppDelegate& app, QTextStream& out, QTextStream& errors,
-                    QString pictureDirectory, QObject* parent = nullptr);
+                    QString pictureDirectory = {}, QObject* parent = nullptr);
     ~HeadlessSession() override;
 
     // Where pictures go unless told otherwise: "tuckaway-session" in the current directory,

@@ -50,8 +50,7 @@ SimulatorFrontEnd::SimulatorFrontEnd(Platform& platform, AppDelegate& app,
     }
     m_out = std::make_unique<QTextStream>(stdout);
     m_errors = std::make_unique<QTextStream>(stderr);
-    m_session = std::make_unique<HeadlessSession>(*simulated, app, *m_out, *m_errors,
-                                                  HeadlessSession::defaultPictureDirectory());
+    m_session = std::make_unique<HeadlessSession>(*simulated, app, *m_out, *m_errors);
     connect(m_session.get(), &HeadlessSession::finished, &app,
             [&app](int exitCode) { Q_EMIT app.quitRequested(exitCode); });
     if (!commandLine.scriptPath) {
