@@ -59,6 +59,14 @@ QString applicationId(const SimApplication& app)
     return app.bundleIdentifier.value_or(u"pid:"_s + QString::number(app.pid));
 }
 
+// A section by name or by index, as the script reader accepts them.
+int sectionIndex(const QString& section)
+{
+    bool isIndex = false;
+    const int index = section.toInt(&isIndex);
+    return isIndex ? index : int(SessionScript::sectionNames().indexOf(section));
+}
+
 QString listed(const QStringList& applications)
 {
     return applications.isEmpty() ? u"nothing"_s : applications.join(u' ');
@@ -330,9 +338,7 @@ std::optional<QString> HeadlessSession::check(const ScriptStep& step) const
         const QString section = SessionScript::sectionNames().value(m_app.preferences().section());
         got = open ? u"open "_s + section : u"closed"_s;
         if (a.size() == 2) {
-            bool isIndex = false;
-            const int index = a[1].toInt(&isIndex);
-            expected = u"open "_s + (isIndex ? SessionScript::sectionNames().value(index) : a[1]);
+            expected = u"open "_s + SessionScript::sectionNames().value(sectionIndex(a[1]));
         } else {
             got = open ? u"open"_s : got;
         }
@@ -341,12 +347,11 @@ std::optional<QString> HeadlessSession::check(const ScriptStep& step) const
     return got == expected ? std::nullopt : std::optional(differs(quoted(expected), quoted(got)));
 }
 
+// What a person does at the icon, with the pointer and the keyboard, and time passing.
 HeadlessSession::Outcome HeadlessSession::act(const ScriptStep& step)
 {
     const QString& command = step.command;
     const QString first = step.arguments.value(0);
-    SimDesktop& desktop = m_platform.desktop();
-    SimDesktopServices& services = m_platform.simulatedDesktopServices();
     using Kind = StatusItemEvent::Kind;
     if (command == u"click")
         return clickIcon(int(Kind::LeftMouseUp), false);
@@ -358,17 +363,33 @@ HeadlessSession::Outcome HeadlessSession::act(const ScriptStep& step)
         return chooseFromMenu(first);
     if (command == u"pointer")
         return pointer(step.arguments);
+    if (command == u"picture")
+        return savePicture(first);
     if (command == u"button")
-        services.setMouseButtonPressed(first == u"down");
+        m_platform.simulatedDesktopServices().setMouseButtonPressed(first == u"down");
     else if (command == u"wait")
         waitFor(first.toDouble());
     else if (command == u"shortcut")
         pressShortcut(m_platform);
-    else if (command == u"launch")
+    else if (command == u"drag")
+        m_platform.desktop().moveStatusItem(first.toDouble());
+    else
+        return actOnDesktop(step);
+    return {};
+}
+
+// What the system and other applications do around Tuckaway.
+HeadlessSession::Outcome HeadlessSession::actOnDesktop(const ScriptStep& step)
+{
+    const QString& command = step.command;
+    const QString first = step.arguments.value(0);
+    SimDesktop& desktop = m_platform.desktop();
+    SimDesktopServices& services = m_platform.simulatedDesktopServices();
+    if (command == u"launch")
         return launch(first, step.arguments.value(1));
-    else if (command == u"quit")
+    if (command == u"quit")
         return quitApplication(first);
-    else if (command == u"permission")
+    if (command == u"permission")
         desktop.setTrusted(first == u"on");
     else if (command == u"framework")
         desktop.setFrameworkBehaviour(SimulatorPanel::behaviourFor(
@@ -379,28 +400,28 @@ HeadlessSession::Outcome HeadlessSession::act(const ScriptStep& step)
         services.reopen();
     else if (command == u"second-launch")
         secondLaunch();
-    else if (command == u"drag")
-        desktop.moveStatusItem(first.toDouble());
-    else if (command == u"settings open") {
-        std::optional<int> section;
-        if (!first.isEmpty()) {
-            bool isIndex = false;
-            const int index = first.toInt(&isIndex);
-            section = isIndex ? index : int(SessionScript::sectionNames().indexOf(first));
-        }
-        m_app.openSettings(section);
+    else
+        actOnSettings(step);
+    return {};
+}
+
+// What the settings window and its view do.
+void HeadlessSession::actOnSettings(const ScriptStep& step)
+{
+    const QString& command = step.command;
+    const QString first = step.arguments.value(0);
+    if (command == u"settings open") {
+        m_app.openSettings(first.isEmpty() ? std::nullopt : std::optional(sectionIndex(first)));
     } else if (command == u"settings close") {
         if (SettingsWindow* window = m_app.settingsWindow())
             window->close();
-    } else if (command == u"apply")
+    } else if (command == u"apply") {
         m_app.applySettings();
-    else if (command == u"set")
+    } else if (command == u"set") {
         set(first, step.arguments.value(1));
-    else if (command == u"language")
+    } else if (command == u"language") {
         m_app.preferences().setLanguage(first);
-    else if (command == u"picture")
-        return savePicture(first);
-    return {};
+    }
 }
 
 // As the status item delivers a mouse-up on its button; the pointer stays where it is.

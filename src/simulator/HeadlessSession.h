@@ -62,6 +62,8 @@ private:
     void play();
     Outcome perform(const ScriptStep& step);
     Outcome act(const ScriptStep& step);
+    Outcome actOnDesktop(const ScriptStep& step);
+    void actOnSettings(const ScriptStep& step);
     std::optional<QString> check(const ScriptStep& step) const;
     void settle();
     void drain();
