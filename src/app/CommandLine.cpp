@@ -22,6 +22,7 @@ CommandLine CommandLine::parse(const QStringList& arguments)
     line.uiReportPath = valueAfter(arguments, uiReportSwitch);
     line.openSettings = arguments.contains(settingsSwitch);
     line.scenarioPath = valueAfter(arguments, scenarioSwitch);
+    line.scriptPath = valueAfter(arguments, scriptSwitch);
     return line;
 }
 

@@ -14,12 +14,14 @@ struct CommandLine {
     static inline const QString uiReportSwitch = QStringLiteral("--ui-report");
     static inline const QString settingsSwitch = QStringLiteral("--settings");
     static inline const QString scenarioSwitch = QStringLiteral("--scenario");
+    static inline const QString scriptSwitch = QStringLiteral("--script");
 
     std::optional<QString> diagnosticReportPath; // a diagnostic run replaces the launch
     bool diagnosticReportRequested = false;      // the switch anywhere, with a value or not
     std::optional<QString> uiReportPath;
     bool openSettings = false;
     std::optional<QString> scenarioPath; // the simulated desktop to load
+    std::optional<QString> scriptPath;   // a session to play on it
 
     // Whether a second copy should hand over to a running one and quit.
     bool checksSingleInstance() const { return !diagnosticReportRequested; }

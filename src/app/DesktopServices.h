@@ -43,7 +43,7 @@ public:
 
     // In the platform's order; the first is the primary screen.
     virtual QList<ScreenInfo> screens() const = 0;
-    // The screen the user works on; nothing without screens.
+    // The screen the user works on, among `windowScreens`; nothing without screens.
     virtual std::optional<ScreenInfo> mainScreen() const = 0;
     virtual QPointF pointerPosition() const = 0;
     virtual bool isAnyMouseButtonPressed() const = 0;
@@ -53,7 +53,14 @@ public:
     virtual std::unique_ptr<StatusItem> createStatusItem(double length,
                                                          const QString& autosaveName) = 0;
 
-    // A top-level window's frame (title bar included) and moving it by that frame's origin.
+    // Where windows appear: the screens that show them and the pointer over those screens.
+    // On a Mac these are the screens above; a simulated desktop shown on a real display puts
+    // its windows on the display's own screens.
+    virtual QList<ScreenInfo> windowScreens() const { return screens(); }
+    virtual QPointF windowPointerPosition() const { return pointerPosition(); }
+
+    // A top-level window's frame (title bar included) and moving it by that frame's origin,
+    // on the screens of `windowScreens`.
     virtual Rect windowFrame(const QWidget& window) const = 0;
     virtual void setWindowFrameOrigin(QWidget& window, const QPointF& origin) = 0;
     // What only the platform can set on the settings window, once, when it is made: the

@@ -80,7 +80,8 @@ void AppDelegate::openSettings(std::optional<int> section)
     if (!m_settingsWindow)
         createSettingsWindow();
     std::optional<ScreenInfo> screen = screenUnderPointer();
-    if (!screen && m_item && m_item->buttonWindowFrame())
+    if (!screen && m_item && m_item->buttonWindowFrame() &&
+        m_desktop.windowScreens() == m_desktop.screens())
         screen = screenHolding(*m_item->buttonWindowFrame());
     if (!screen)
         screen = m_desktop.mainScreen();
@@ -153,8 +154,8 @@ void AppDelegate::center(QWidget& window, const std::optional<ScreenInfo>& scree
 
 std::optional<ScreenInfo> AppDelegate::screenUnderPointer() const
 {
-    const QPointF pointer = m_desktop.pointerPosition();
-    for (const ScreenInfo& screen : m_desktop.screens()) {
+    const QPointF pointer = m_desktop.windowPointerPosition();
+    for (const ScreenInfo& screen : m_desktop.windowScreens()) {
         if (frameContains(screen.frame, pointer))
             return screen;
     }
@@ -166,7 +167,7 @@ std::optional<ScreenInfo> AppDelegate::screenHolding(const Rect& frame) const
 {
     std::optional<ScreenInfo> best;
     double bestArea = 0.0;
-    for (const ScreenInfo& screen : m_desktop.screens()) {
+    for (const ScreenInfo& screen : m_desktop.windowScreens()) {
         const double area = intersectionArea(screen.frame, frame);
         if (area > bestArea) {
             best = screen;

@@ -22,11 +22,13 @@ QStringList argumentsOf(int argc, char** argv)
 
 // A diagnostic run scans, writes its file and quits without showing anything, so it
 // needs no windowing plugin at all. Every other run may show the settings window.
-std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, bool diagnostic)
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv,
+                                                  const CommandLine& commandLine,
+                                                  PlatformOptions& options)
 {
-    if (diagnostic)
+    if (commandLine.diagnosticReportPath)
         return std::make_unique<QCoreApplication>(argc, argv);
-    FrontEnd::prepare();
+    FrontEnd::prepare(commandLine, options);
     auto application = std::make_unique<QApplication>(argc, argv);
     // Closing the settings window only hides it; the application lives in the menu bar.
     QApplication::setQuitOnLastWindowClosed(false);
@@ -39,13 +41,14 @@ int main(int argc, char** argv)
 {
     const QStringList arguments = argumentsOf(argc, argv);
     const CommandLine commandLine = CommandLine::parse(arguments);
-    const auto application =
-        makeApplication(argc, argv, commandLine.diagnosticReportPath.has_value());
+    PlatformOptions options;
+    options.scenarioPath = commandLine.scenarioPath.value_or(QString());
+    const auto application = makeApplication(argc, argv, commandLine, options);
 
     QFile errors;
     if (!errors.open(stderr, QIODevice::WriteOnly | QIODevice::Unbuffered))
         return 1;
-    PlatformOrError created = createPlatform({commandLine.scenarioPath.value_or(QString())});
+    PlatformOrError created = createPlatform(options);
     if (!created.platform) {
         errors.write((created.error + QLatin1Char('\n')).toUtf8());
         return 1;

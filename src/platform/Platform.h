@@ -38,8 +38,11 @@ public:
 
 // Start-up choices that reach the platform. `scenarioPath` names a simulated desktop
 // to load instead of the built-in one; it means nothing on macOS.
+// `replayable` asks for a run that goes the same way each time: virtual time, settings kept
+// in memory and every service simulated (a scripted session); it means nothing on macOS.
 struct PlatformOptions {
     QString scenarioPath;
+    bool replayable = false;
 };
 
 // Builds the platform of this build. Fails with a message a person can act on (for

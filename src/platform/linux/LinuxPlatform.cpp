@@ -20,6 +20,8 @@ PlatformOrError createPlatform(const PlatformOptions& options)
             return {nullptr, loaded.error().description};
         scenario = std::move(loaded).value();
     }
+    if (options.replayable)
+        return {SimPlatform::replayable(std::move(scenario)), QString()};
     SimPlatform::Services services;
     auto defaults = std::make_unique<FileUserDefaults>(FileUserDefaults::standardPath());
     if (!defaults->problem().isEmpty())

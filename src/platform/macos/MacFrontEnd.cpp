@@ -3,7 +3,7 @@
 namespace tk {
 
 // On a Mac the status item in the system's menu bar is the whole of a run.
-void FrontEnd::prepare() {}
+void FrontEnd::prepare(const CommandLine&, PlatformOptions&) {}
 
 std::unique_ptr<QObject> FrontEnd::show(Platform&, AppDelegate&, const CommandLine&)
 {

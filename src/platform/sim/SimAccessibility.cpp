@@ -3,6 +3,8 @@
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/VirtualTime.h"
 
+#include <QCoreApplication>
+#include <QThread>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -202,8 +204,26 @@ SimAccessibility::SimAccessibility(SimDesktop& desktop, TimeSource& time)
 
 SimAccessibility::~SimAccessibility() = default;
 
+void SimAccessibility::holdAnswers(bool held)
+{
+    {
+        const std::lock_guard lock(m_holdMutex);
+        m_held = held;
+    }
+    m_released.notify_all();
+}
+
+void SimAccessibility::waitWhileHeld()
+{
+    if (QThread::currentThread() == QCoreApplication::instance()->thread())
+        return;
+    std::unique_lock lock(m_holdMutex);
+    m_released.wait(lock, [this] { return !m_held; });
+}
+
 AXElementRef SimAccessibility::applicationElement(qint32 pid)
 {
+    waitWhileHeld();
     const auto world = m_desktop.state();
     return std::make_shared<SimAXElement>(pid, world->applications.value(pid),
                                           std::make_shared<std::atomic<qint64>>(0));

@@ -2,6 +2,9 @@
 
 #include "inspection/Accessibility.h"
 
+#include <condition_variable>
+#include <mutex>
+
 namespace tk {
 
 class SimDesktop;
@@ -29,11 +32,20 @@ public:
     bool isProcessTrusted() override;
     bool promptForTrust() override;
 
+    // While held, a walk off the main thread waits before each application, as if every
+    // application were busy, so that a scan under way stays under way until it is let go.
+    void holdAnswers(bool held);
+
 private:
+    void waitWhileHeld();
+
     bool answersInTime(const AXElement& element);
 
     SimDesktop& m_desktop;
     TimeSource& m_time;
+    std::mutex m_holdMutex;
+    std::condition_variable m_released;
+    bool m_held = false;
 };
 
 } // namespace tk

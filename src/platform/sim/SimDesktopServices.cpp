@@ -3,8 +3,13 @@
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimStatusItem.h"
 
+#include <algorithm>
+
 #include <QCoreApplication>
+#include <QCursor>
+#include <QGuiApplication>
 #include <QImage>
+#include <QScreen>
 #include <QWidget>
 
 namespace tk {
@@ -36,9 +41,10 @@ QList<ScreenInfo> SimDesktopServices::screens() const
     return result;
 }
 
+// The user works where windows appear.
 std::optional<ScreenInfo> SimDesktopServices::mainScreen() const
 {
-    const QList<ScreenInfo> all = screens();
+    const QList<ScreenInfo> all = windowScreens();
     if (all.isEmpty())
         return std::nullopt;
     return all.first();
@@ -56,7 +62,37 @@ std::unique_ptr<StatusItem> SimDesktopServices::createStatusItem(double length,
 
 double SimDesktopServices::primaryTop() const
 {
+    if (m_windowsOnHost) {
+        const QScreen* primary = QGuiApplication::primaryScreen();
+        return primary ? primary->geometry().bottom() + 1.0 : 0.0;
+    }
     return m_desktop.screens().isEmpty() ? 0.0 : m_desktop.screens().first().frame.maxY();
+}
+
+QList<ScreenInfo> SimDesktopServices::windowScreens() const
+{
+    if (!m_windowsOnHost)
+        return screens();
+    const auto toScreenSpace = [this](const QRect& r) {
+        return Rect{double(r.x()), primaryTop() - (r.y() + r.height()), double(r.width()),
+                    double(r.height())};
+    };
+    QList<QScreen*> hostScreens = QGuiApplication::screens();
+    // The primary screen first, as the system lists them.
+    std::stable_partition(hostScreens.begin(), hostScreens.end(),
+                          [](QScreen* s) { return s == QGuiApplication::primaryScreen(); });
+    QList<ScreenInfo> result;
+    for (const QScreen* screen : std::as_const(hostScreens))
+        result.append({toScreenSpace(screen->geometry()), toScreenSpace(screen->availableGeometry())});
+    return result;
+}
+
+QPointF SimDesktopServices::windowPointerPosition() const
+{
+    if (!m_windowsOnHost)
+        return pointerPosition();
+    const QPoint pointer = QCursor::pos();
+    return {double(pointer.x()), primaryTop() - pointer.y()};
 }
 
 Rect SimDesktopServices::windowFrame(const QWidget& window) const

@@ -32,6 +32,8 @@ public:
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
     // Qt's windows here are never restored by the system and act on the first click.
     void prepareSettingsWindow(QWidget&) override {}
+    QList<ScreenInfo> windowScreens() const override;
+    QPointF windowPointerPosition() const override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
 
@@ -41,6 +43,9 @@ public:
     void sleepScreens() { Q_EMIT screensDidSleep(); }
     void changeScreenParameters() { Q_EMIT screenParametersChanged(); }
     void reopen() { Q_EMIT reopenRequested(); }
+    // Windows appear on the host's real screens, under its real pointer, as they do when the
+    // simulated desktop is shown on a display; the desktop's own screens serve the rest.
+    void placeWindowsOnHostScreens(bool onHost) { m_windowsOnHost = onHost; }
     // Later status items come without a button, as a system out of room gives them.
     void setStatusItemsGetButtons(bool withButton) { m_statusItemsGetButtons = withButton; }
 
@@ -53,7 +58,8 @@ public:
     SimStatusItem* statusItem() const { return m_statusItem.data(); }
 
 private:
-    // Qt's global coordinates have their origin at the primary screen's top-left, y down.
+    // Qt's global coordinates have their origin at the primary screen's top-left, y down:
+    // the screen-space height of that origin, on the screens windows appear on.
     double primaryTop() const;
 
     SimDesktop& m_desktop;
@@ -61,6 +67,7 @@ private:
     bool m_buttonPressed = false;
     bool m_accessory = false;
     bool m_statusItemsGetButtons = true;
+    bool m_windowsOnHost = false;
     QList<qint32> m_activated;
     int m_selfActivations = 0;
     int m_statusItemCount = 0;

@@ -45,6 +45,11 @@ std::unique_ptr<SimPlatform> SimPlatform::forTests()
 
 std::unique_ptr<SimPlatform> SimPlatform::forTests(SimScenario scenario)
 {
+    return replayable(std::move(scenario));
+}
+
+std::unique_ptr<SimPlatform> SimPlatform::replayable(SimScenario scenario)
+{
     Services services;
     services.userDefaults = std::make_unique<InMemoryUserDefaults>();
     services.time = std::make_unique<VirtualTimeSource>();

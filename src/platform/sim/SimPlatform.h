@@ -35,6 +35,8 @@ public:
     // scripted file panels.
     static std::unique_ptr<SimPlatform> forTests();
     static std::unique_ptr<SimPlatform> forTests(SimScenario scenario);
+    // The same for a run that must replay the same way each time (a scripted session).
+    static std::unique_ptr<SimPlatform> replayable(SimScenario scenario);
 
     UserDefaults& userDefaults() override;
     TimeSource& time() override;
@@ -48,6 +50,7 @@ public:
     PrivacySettings& privacySettings() override;
 
     SimDesktop& desktop() { return *m_desktop; }
+    SimAccessibility& simulatedAccessibility() { return *m_accessibility; }
     SimVisibilityFramework& visibilityFramework() { return *m_visibility; }
     SimDesktopServices& simulatedDesktopServices() { return *m_desktopServices; }
     SimPrivacySettings& simulatedPrivacySettings() { return *m_privacySettings; }

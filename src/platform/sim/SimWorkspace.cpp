@@ -15,7 +15,7 @@ QList<RunningApplication> SimWorkspace::runningApplications() const
 
 qint32 SimWorkspace::currentProcessId() const
 {
-    return m_desktop.ownPid();
+    return m_processId.value_or(m_desktop.ownPid());
 }
 
 std::optional<QString> SimWorkspace::mainBundleIdentifier() const

@@ -9,7 +9,11 @@ class SimDesktop;
 // What the simulated system says about its running applications and this process.
 class SimWorkspace final : public Workspace {
 public:
-    explicit SimWorkspace(const SimDesktop& desktop) : m_desktop(desktop) {}
+    // `processId`: this process, when it is not the desktop's own copy of Tuckaway.
+    explicit SimWorkspace(const SimDesktop& desktop, std::optional<qint32> processId = {})
+        : m_desktop(desktop), m_processId(processId)
+    {
+    }
 
     QList<RunningApplication> runningApplications() const override;
     qint32 currentProcessId() const override;
@@ -18,6 +22,7 @@ public:
 
 private:
     const SimDesktop& m_desktop;
+    std::optional<qint32> m_processId;
 };
 
 } // namespace tk

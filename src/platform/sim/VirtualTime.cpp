@@ -85,6 +85,13 @@ int VirtualTimeSource::activeTimerCount() const
     return static_cast<int>(m_queue.size());
 }
 
+std::optional<double> VirtualTimeSource::nextDue() const
+{
+    if (m_queue.empty())
+        return std::nullopt;
+    return m_queue.begin()->first;
+}
+
 void VirtualTimeSource::schedule(VirtualTimer* timer, double due)
 {
     m_queue.emplace(due, timer);

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <map>
+#include <optional>
 
 namespace tk {
 
@@ -24,6 +25,8 @@ public:
     // Lets time pass without firing timers; for work that runs off the main thread.
     void elapse(double seconds);
     int activeTimerCount() const;
+    // When the next timer falls due; nothing when none is active.
+    std::optional<double> nextDue() const;
 
 private:
     class VirtualTimer;

@@ -1,13 +1,12 @@
 #include "app/ShellFixture.h"
-#include "platform/sim/HeadlessSession.h"
-#include "platform/sim/SimMenuBarView.h"
-#include "platform/sim/SimulatorPanel.h"
-#include "platform/sim/SimulatorWindow.h"
+#include "simulator/SimMenuBarView.h"
+#include "simulator/SimulatorPanel.h"
+#include "simulator/SimulatorWindow.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QImageReader>
 #include <QMenu>
+#include <QScreen>
 #include <QTemporaryDir>
 
 using namespace tk;
@@ -128,12 +127,11 @@ private Q_SLOTS:
     void menuOpensAtTheIcon_data();
     void menuOpensAtTheIcon();
     void menuClosedWithoutChoiceIsDismissed();
+    void settingsWindowOnTheHostScreen();
     void panelChangesTheDesktop();
     void quittingTuckawayFromThePanelIsRefused();
     void fiftyApplicationsAtOnce();
     void iconPushedOffANarrowScreenStaysReachable();
-    void headlessSession_data();
-    void headlessSession();
     void screenshots();
 };
 
@@ -300,6 +298,28 @@ void TestSimulatorWindow::menuClosedWithoutChoiceIsDismissed()
     QVERIFY(sim.shell.visibility().active());
 }
 
+// Shown on a display, the settings window is centred on the real screen, not on the
+// simulated ones, and the interface report describes where it really is.
+void TestSimulatorWindow::settingsWindowOnTheHostScreen()
+{
+    Shell shell(scenario(barScenario));
+    QTemporaryDir folder;
+    const QString report = folder.filePath(u"ui.json"_s);
+    QVERIFY(shell.launched({u"--ui-report"_s, report}));
+    shell.services.placeWindowsOnHostScreens(true);
+    shell.app->openSettings(std::nullopt);
+    shell.settled();
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    const QRect window = shell.app->settingsWindow()->frameGeometry();
+    QVERIFY(qAbs(window.left() - std::max(area.left(), area.center().x() - window.width() / 2)) <= 1);
+    QVERIFY(window.bottom() <= area.bottom());
+    QFile written(report);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const QByteArray text = written.readAll();
+    QVERIFY2(text.contains(QByteArray::number(area.width())), text.constData());
+    QVERIFY2(!text.contains("1000"), text.constData()); // the simulated screen's width
+}
+
 void TestSimulatorWindow::panelChangesTheDesktop()
 {
     Simulator sim;
@@ -330,6 +350,19 @@ void TestSimulatorWindow::panelChangesTheDesktop()
     panel.launch(0, 1);
     sim.shell.settled();
     QVERIFY(visibleNames(sim.shell.desktop).contains(u"Beacon"_s)); // launched after the hiding
+
+    // What the system does around the application.
+    panel.sleepScreens();
+    sim.shell.settled();
+    QVERIFY(!sim.shell.visibility().active());
+    panel.pressShortcut();
+    QVERIFY(panel.message().contains(u"atajo"_s));
+    panel.launchSecondCopy();
+    QCOMPARE(sim.shell.services.activatedApplications(), QList<qint32>{sim.shell.desktop.ownPid()});
+    QCOMPARE(sim.shell.services.statusItemCount(), 1);
+    panel.reopen();
+    sim.shell.settled();
+    QVERIFY(sim.shell.app->settingsWindow() && sim.shell.app->settingsWindow()->isVisible());
 }
 
 void TestSimulatorWindow::quittingTuckawayFromThePanelIsRefused()
@@ -382,71 +415,6 @@ void TestSimulatorWindow::iconPushedOffANarrowScreenStaysReachable()
     QCOMPARE(sim.shell.desktop.statusItemPlace(), 0);
     QVERIFY(!sim.view().scene().ownItemOffScreen());
     QVERIFY(!sim.window->panel().overflowWarning().contains(u"Tuckaway"_s));
-}
-
-void TestSimulatorWindow::headlessSession_data()
-{
-    QTest::addColumn<QString>("language");
-    QTest::addColumn<QStringList>("states");
-    QTest::addColumn<QString>("hiddenLine");
-    QTest::newRow("es") << u"es"_s << QStringList{u"Expandido"_s, u"Aplicando…"_s, u"Colapsado"_s,
-                                                  u"Expandido"_s, u"Aplicando…"_s, u"Colapsado"_s,
-                                                  u"Expandido"_s}
-                        << u"Apps ocultas: "_s;
-    QTest::newRow("en") << u"en"_s << QStringList{u"Expanded"_s, u"Applying…"_s, u"Collapsed"_s,
-                                                  u"Expanded"_s, u"Applying…"_s, u"Collapsed"_s,
-                                                  u"Expanded"_s}
-                        << u"Hidden apps: "_s;
-}
-
-// On the built-in desktop, as the run command without a display does it.
-void TestSimulatorWindow::headlessSession()
-{
-    QFETCH(QString, language);
-    QFETCH(QStringList, states);
-    QFETCH(QString, hiddenLine);
-    Shell shell;
-    shell.platform->userDefaults().setString(L10n::languageKey, language);
-    shell.restart();
-    QVERIFY(shell.launched());
-    QTemporaryDir pictures;
-    QString output;
-    QTextStream out(&output);
-    HeadlessSession session(*shell.platform, *shell.app, out, pictures.path());
-    QSignalSpy finished(&session, &HeadlessSession::finished);
-    session.start();
-    for (int i = 0; i < 2000 && finished.isEmpty(); ++i) {
-        shell.time.advance(HeadlessSession::pollInterval);
-        shell.settled();
-    }
-    QCOMPARE(finished.size(), 1);
-    QCOMPARE(finished.at(0).at(0).toInt(), 0);
-
-    QStringList printedStates;
-    QStringList hiddenLines;
-    const QStringList lines = output.split(u'\n', Qt::SkipEmptyParts);
-    for (const QString& line : lines) {
-        const QString said = line.section(u"] "_s, 1);
-        if (states.contains(said))
-            printedStates << said;
-        if (said.startsWith(hiddenLine))
-            hiddenLines << said;
-    }
-    if (printedStates != states)
-        qWarning().noquote() << output;
-    QCOMPARE(printedStates, states);
-    QCOMPARE(hiddenLines.size(), 2);
-    QVERIFY(hiddenLines.at(0).contains(u"Clipjar"_s));   // left of the icon
-    QVERIFY(!hiddenLines.at(0).contains(u"Dockyard"_s)); // on both sides
-    QVERIFY(output.contains(
-        L10n::text(u"Apps ocultas. Pulsa la flecha para mostrar todas."_s, language)));
-    QCOMPARE(session.picturePaths().size(), 3);
-    for (const QString& path : session.picturePaths()) {
-        QVERIFY2(output.contains(QDir::toNativeSeparators(path)), qPrintable(path));
-        QImageReader reader(path);
-        QCOMPARE(reader.format(), QByteArray("png"));
-        QVERIFY(reader.size().width() > 1500);
-    }
 }
 
 // For a person to look at: the window in both languages, collapsed.

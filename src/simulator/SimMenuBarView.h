@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/sim/SimMenuBarScene.h"
+#include "simulator/SimMenuBarScene.h"
 
 #include <QPointer>
 #include <QWidget>

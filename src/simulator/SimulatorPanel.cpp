@@ -3,12 +3,17 @@
 #include "app/AppDelegate.h"
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimDesktopServices.h"
+#include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
-#include "platform/sim/SimulatorTexts.h"
+#include "simulator/SimulatorTexts.h"
+#include "simulator/SystemActions.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QGridLayout>
 #include <QGroupBox>
+#include <QHash>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -21,18 +26,6 @@ namespace tk {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-SimElement barItem(const QString& title, const QString& description, double width)
-{
-    SimElement element;
-    element.role = SimText::of(u"AXMenuBarItem"_s);
-    if (!title.isEmpty())
-        element.title = SimText::of(title);
-    element.description = SimText::of(description);
-    element.width = width;
-    element.actions = QStringList{u"AXPress"_s};
-    return element;
-}
 
 SimApplication application(const QString& bundle, const QString& name, QList<SimElement> items)
 {
@@ -56,10 +49,35 @@ bool isRunning(const SimDesktop& desktop, const QString& name)
                        [&](const SimApplication& app) { return displayName(app) == name; });
 }
 
-// The framework behaviour of a mode, keeping what the scenario says about its answers.
-SimFrameworkBehaviour behaviourFor(SimulatorPanel::FrameworkMode mode, SimFrameworkBehaviour b)
+} // namespace
+
+SimElement SimulatorPanel::menuBarItem(const QString& title, const QString& description,
+                                       double width)
 {
-    using Mode = SimulatorPanel::FrameworkMode;
+    SimElement element;
+    element.role = SimText::of(u"AXMenuBarItem"_s);
+    if (!title.isEmpty())
+        element.title = SimText::of(title);
+    element.description = SimText::of(description);
+    element.width = width;
+    element.actions = QStringList{u"AXPress"_s};
+    return element;
+}
+
+SimulatorPanel::FrameworkMode SimulatorPanel::frameworkModeNamed(const QString& name)
+{
+    static const QHash<QString, FrameworkMode> modes{
+        {u"absent"_s, FrameworkMode::Absent},
+        {u"error"_s, FrameworkMode::Fails},
+        {u"exception"_s, FrameworkMode::Throws},
+        {u"silent"_s, FrameworkMode::Silent},
+    };
+    return modes.value(name, FrameworkMode::Answers);
+}
+
+SimFrameworkBehaviour SimulatorPanel::behaviourFor(FrameworkMode mode, SimFrameworkBehaviour b)
+{
+    using Mode = FrameworkMode;
     using Answer = SimFrameworkBehaviour::Answer;
     b.present = mode != Mode::Absent;
     b.answer = mode == Mode::Fails    ? Answer::Error
@@ -74,6 +92,8 @@ SimFrameworkBehaviour behaviourFor(SimulatorPanel::FrameworkMode mode, SimFramew
         b.exceptionReason = u"The configuration was rejected."_s;
     return b;
 }
+
+namespace {
 
 SimulatorPanel::FrameworkMode modeOf(const SimFrameworkBehaviour& behaviour)
 {
@@ -99,8 +119,8 @@ const QStringList frameworkModeKeys{u"Presente: concede la ocultación"_s, u"Aus
 
 } // namespace
 
-SimulatorPanel::SimulatorPanel(SimDesktop& desktop, AppDelegate& app, QWidget* parent)
-    : QWidget(parent), m_desktop(desktop), m_app(app)
+SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget* parent)
+    : QWidget(parent), m_platform(platform), m_desktop(platform.desktop()), m_app(app)
 {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -108,6 +128,7 @@ SimulatorPanel::SimulatorPanel(SimDesktop& desktop, AppDelegate& app, QWidget* p
     layout->addWidget(buildPermissions(), 2);
     auto* talk = new QVBoxLayout;
     talk->addWidget(buildTuckaway());
+    talk->addWidget(buildSystem());
     m_warning = new QLabel(this);
     m_warning->setWordWrap(true);
     m_warning->setStyleSheet(u"color: #b35c00;"_s);
@@ -148,17 +169,17 @@ SimulatorPanel::~SimulatorPanel() = default;
 QList<SimApplication> SimulatorPanel::catalogue()
 {
     SimApplication slow =
-        application(u"com.mossgate.Sluggard"_s, u"Sluggard"_s, {barItem({}, u"Sluggard"_s, 28)});
+        application(u"com.mossgate.Sluggard"_s, u"Sluggard"_s, {SimulatorPanel::menuBarItem({}, u"Sluggard"_s, 28)});
     slow.responseDelay = 0.5;
     return {
-        application(u"com.pinecrest.Beacon"_s, u"Beacon"_s, {barItem({}, u"Beacon"_s, 28)}),
+        application(u"com.pinecrest.Beacon"_s, u"Beacon"_s, {SimulatorPanel::menuBarItem({}, u"Beacon"_s, 28)}),
         application(u"com.reedwing.Metronome"_s, u"Metronome"_s,
-                    {barItem(u"120 bpm"_s, u"Tempo"_s, 64)}),
+                    {SimulatorPanel::menuBarItem(u"120 bpm"_s, u"Tempo"_s, 64)}),
         application(u"com.lapwing.Stopwatch"_s, u"Lapwing"_s,
-                    {barItem(u"00:00"_s, u"Stopwatch"_s, 50)}),
+                    {SimulatorPanel::menuBarItem(u"00:00"_s, u"Stopwatch"_s, 50)}),
         application(u"com.quillnote.Quillnote"_s, u"Quillnote"_s,
-                    {barItem({}, u"Quillnote"_s, 28), barItem({}, u"Capture"_s, 28)}),
-        application({}, u"trayhelper"_s, {barItem(u"th"_s, {}, 26)}),
+                    {SimulatorPanel::menuBarItem({}, u"Quillnote"_s, 28), SimulatorPanel::menuBarItem({}, u"Capture"_s, 28)}),
+        application({}, u"trayhelper"_s, {SimulatorPanel::menuBarItem(u"th"_s, {}, 26)}),
         slow,
     };
 }
@@ -329,6 +350,51 @@ QWidget* SimulatorPanel::buildTuckaway()
     return m_tuckawayBox;
 }
 
+QWidget* SimulatorPanel::buildSystem()
+{
+    m_systemBox = new QGroupBox(this);
+    auto* layout = new QGridLayout(m_systemBox);
+    const QList<void (SimulatorPanel::*)()> actions{
+        &SimulatorPanel::pressShortcut, &SimulatorPanel::sleepScreens,
+        &SimulatorPanel::changeScreenParameters, &SimulatorPanel::reopen,
+        &SimulatorPanel::launchSecondCopy};
+    for (qsizetype i = 0; i < actions.size(); ++i) {
+        auto* button = new QPushButton(m_systemBox);
+        layout->addWidget(button, int(i / 2), int(i % 2));
+        connect(button, &QPushButton::clicked, this, actions.at(i));
+        m_systemButtons << button;
+    }
+    return m_systemBox;
+}
+
+void SimulatorPanel::pressShortcut()
+{
+    if (!tk::pressShortcut(m_platform))
+        showMessage(u"No hay ningún atajo registrado: la pulsación no llega a Tuckaway."_s);
+}
+
+void SimulatorPanel::sleepScreens()
+{
+    m_platform.simulatedDesktopServices().sleepScreens();
+}
+
+void SimulatorPanel::changeScreenParameters()
+{
+    m_platform.simulatedDesktopServices().changeScreenParameters();
+}
+
+void SimulatorPanel::reopen()
+{
+    m_platform.simulatedDesktopServices().reopen();
+}
+
+void SimulatorPanel::launchSecondCopy()
+{
+    if (tk::launchSecondCopy(m_platform))
+        showMessage(u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha "
+                    "salido."_s);
+}
+
 void SimulatorPanel::refreshApplications()
 {
     const qint32 selected = m_applications->currentItem()
@@ -385,6 +451,12 @@ void SimulatorPanel::retranslate()
                              "para el menú; Ctrl-arrastrar (⌘ en un Mac) para moverlo."_s));
     m_bringBack->setText(text(u"Poner su icono en el extremo derecho"_s));
     m_bringBack->setEnabled(m_iconOffScreen);
+    m_systemBox->setTitle(text(u"Sistema"_s));
+    const QStringList systemKeys{u"Pulsar el atajo"_s, u"Dormir las pantallas"_s,
+                                 u"Cambiar las pantallas"_s, u"Reabrir Tuckaway"_s,
+                                 u"Abrir otra copia"_s};
+    for (qsizetype i = 0; i < m_systemButtons.size(); ++i)
+        m_systemButtons.at(i)->setText(text(systemKeys.at(i)));
 
     QString warning;
     if (m_offScreenItems > 0)

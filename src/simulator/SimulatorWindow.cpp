@@ -2,11 +2,11 @@
 
 #include "app/AppDelegate.h"
 #include "platform/sim/SimDesktopServices.h"
-#include "platform/sim/SimMenuBarView.h"
+#include "simulator/SimMenuBarView.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
-#include "platform/sim/SimulatorPanel.h"
-#include "platform/sim/SimulatorTexts.h"
+#include "simulator/SimulatorPanel.h"
+#include "simulator/SimulatorTexts.h"
 
 #include <QCloseEvent>
 #include <QCursor>
@@ -56,7 +56,7 @@ SimulatorWindow::SimulatorWindow(SimPlatform& platform, AppDelegate& app, QWidge
     m_scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     new WidthWatcher(*m_scroll->viewport(), *m_view);
     layout->addWidget(m_scroll);
-    m_panel = new SimulatorPanel(platform.desktop(), app, this);
+    m_panel = new SimulatorPanel(platform, app, this);
     layout->addWidget(m_panel, 1);
 
     connect(m_view, &SimMenuBarView::dropRefused, m_panel,

@@ -2,7 +2,7 @@
 
 #include "app/StatusGlyph.h"
 #include "platform/sim/SimDesktop.h"
-#include "platform/sim/SimulatorTexts.h"
+#include "simulator/SimulatorTexts.h"
 
 #include <QLinearGradient>
 #include <QPainter>

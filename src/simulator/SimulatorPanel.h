@@ -16,11 +16,16 @@ namespace tk {
 class AppDelegate;
 
 class SimDesktop;
+class SimPlatform;
 struct SimApplication;
+struct SimElement;
+struct SimFrameworkBehaviour;
 
 // What a person may do to the simulated desktop around Tuckaway: launch and quit other
 // applications, grant or withdraw the Accessibility permission, make the visibility framework
-// absent, failing or silent. It also shows what Tuckaway says (tooltip, status, notice) and
+// absent, failing or silent; and what the system does around it: press the global shortcut,
+// put the screens to sleep, change the screen parameters, re-open the application, start a
+// second copy of it. It also shows what Tuckaway says (tooltip, status, notice) and
 // the simulator's own messages, all in the interface language.
 class SimulatorPanel final : public QWidget {
     Q_OBJECT
@@ -29,11 +34,17 @@ public:
     enum class FrameworkMode { Answers, Absent, Fails, Throws, Silent };
     static constexpr int maximumLaunch = 50; // applications launched at once
 
-    SimulatorPanel(SimDesktop& desktop, AppDelegate& app, QWidget* parent = nullptr);
+    SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget* parent = nullptr);
     ~SimulatorPanel() override;
 
     // The applications the panel can launch, in the order of its list.
     static QList<SimApplication> catalogue();
+    // One extras menu-bar item that answers a press.
+    static SimElement menuBarItem(const QString& title, const QString& description, double width);
+    // The framework behaviour of a mode, keeping what the scenario says about its answers.
+    static SimFrameworkBehaviour behaviourFor(FrameworkMode mode, SimFrameworkBehaviour behaviour);
+    // "present", "absent", "error", "exception" or "silent"; anything else: present.
+    static FrameworkMode frameworkModeNamed(const QString& name);
 
     // What the panel's controls do.
     void launch(int catalogueIndex, int count);
@@ -41,6 +52,11 @@ public:
     void setAccessibilityGranted(bool granted);
     void setFrameworkMode(FrameworkMode mode);
     void bringIconBack();
+    void pressShortcut();
+    void sleepScreens();
+    void changeScreenParameters();
+    void reopen();
+    void launchSecondCopy();
 
     // A Spanish text with %1… placeholders, shown translated until the next message.
     void showMessage(const QString& spanish, const QStringList& arguments = {});
@@ -55,12 +71,14 @@ private:
     QWidget* buildApplications();
     QWidget* buildPermissions();
     QWidget* buildTuckaway();
+    QWidget* buildSystem();
     void refreshApplications();
     void refreshTrust();
     void refreshStatus();
     QString text(const QString& spanish) const;
     SimApplication launchable(int catalogueIndex) const;
 
+    SimPlatform& m_platform;
     SimDesktop& m_desktop;
     AppDelegate& m_app;
     QString m_message;
@@ -82,6 +100,8 @@ private:
     QLabel* m_status = nullptr;
     QLabel* m_gestures = nullptr;
     QPushButton* m_bringBack = nullptr;
+    QGroupBox* m_systemBox = nullptr;
+    QList<QPushButton*> m_systemButtons;
     QLabel* m_warning = nullptr;
     QLabel* m_messageLabel = nullptr;
 };

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <variant>
+
+namespace tk {
+
+// One step of a scripted session: a command of one or two words ("click", "pointer",
+// "expect hidden") and its arguments, every argument checked when the script is read.
+struct ScriptStep {
+    int line = 0;
+    QString command;
+    QStringList arguments;
+    QList<bool> quoted; // per argument: written in double quotes
+
+    // The step as a script would spell it, quotes included where the argument needs them.
+    QString text() const;
+    bool isExpectation() const { return command.startsWith(QStringLiteral("expect ")); }
+};
+
+struct ScriptError {
+    int line = 0; // 0: the script as a whole
+    QString reason;
+};
+
+using ScriptOrError = std::variant<QList<ScriptStep>, ScriptError>;
+
+// The script language: one step a line, words separated by blanks, text in double quotes
+// (no escapes; "" is the empty text), "#" outside quotes starts a comment. Reading is a pure
+// function of the bytes, bounded in what it accepts, so that any input, however hostile,
+// gives steps or one error in bounded time and memory.
+namespace SessionScript {
+
+inline constexpr qsizetype maximumSize = 1024 * 1024; // bytes
+inline constexpr qsizetype maximumLineLength = 4096;  // characters
+inline constexpr int maximumSteps = 10000;
+inline constexpr double maximumWait = 3600.0;      // seconds, one step
+inline constexpr double maximumTotalWait = 86400.0; // seconds, the whole script
+
+ScriptOrError read(const QByteArray& bytes);
+
+// Settings sections by name, in the order of their indices.
+const QStringList& sectionNames();
+
+} // namespace SessionScript
+
+} // namespace tk
