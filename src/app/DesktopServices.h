@@ -53,6 +53,8 @@ public:
     virtual std::unique_ptr<StatusItem> createStatusItem(double length,
                                                          const QString& autosaveName) = 0;
 
+    // Puts a shown top-level window in front of the others and gives it the keyboard.
+    virtual void bringToFront(QWidget& window) = 0;
     // A top-level window's frame (title bar included) and moving it by that frame's origin.
     virtual Rect windowFrame(const QWidget& window) const = 0;
     virtual void setWindowFrameOrigin(QWidget& window, const QPointF& origin) = 0;
@@ -61,6 +63,9 @@ public:
     virtual QString applicationPath() const = 0;
     // The icon the bundle ships, `pixelSize` pixels square; null when there is none.
     virtual QImage bundleIcon(int pixelSize) const = 0;
+    // The version the bundle declares for people ("CFBundleShortVersionString" on macOS);
+    // empty when it declares none.
+    virtual QString bundleVersion() const = 0;
 
 Q_SIGNALS:
     void applicationLaunched();

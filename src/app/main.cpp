@@ -45,7 +45,7 @@ int main(int argc, char** argv)
     QFile errors;
     if (!errors.open(stderr, QIODevice::WriteOnly | QIODevice::Unbuffered))
         return 1;
-    PlatformOrError created = createPlatform({commandLine.scenarioPath.value_or(QString())});
+    PlatformOrError created = createPlatform({commandLine.scenarioPath});
     if (!created.platform) {
         errors.write((created.error + QLatin1Char('\n')).toUtf8());
         return 1;

@@ -53,8 +53,10 @@ QString AboutSection::shownVersion(const QString& bundleVersion)
 void AboutSection::render()
 {
     m_icon->setAccessibleName(m_context.text(u"Icono de Tuckaway"_s));
-    m_version->setText(
-        m_context.text(u"Versión "_s + shownVersion(Identity::version) + u" · macOS 27"_s));
+    const auto& bundleVersion = m_context.services.bundleVersion;
+    m_version->setText(m_context.text(u"Versión "_s +
+                                      shownVersion(bundleVersion ? bundleVersion() : QString()) +
+                                      u" · macOS 27"_s));
     m_credit->setText(m_context.text(L10n::aboutCreditLine));
     m_rights->setText(m_context.text(L10n::aboutRightsLine));
     m_note->setText(m_context.text(u"La ocultación utiliza un framework privado de macOS y puede "

@@ -1,3 +1,4 @@
+#include "core/FileAccess.h"
 #include "core/Time.h"
 #include "core/UserDefaults.h"
 #include "platform/linux/X11HotKeyService.h"
@@ -7,18 +8,44 @@
 #include "platform/sim/SimScenario.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QStandardPaths>
 
 namespace tk {
+
+namespace {
+
+// Where the settings store keeps its file: Qt's place for the native format of the user's
+// scope, "<configuration folder>/<organisation>/<application>.conf".
+QString settingsFilePath()
+{
+    const QString organisation = QCoreApplication::organizationName();
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
+        .filePath((organisation.isEmpty() ? QStringLiteral("Unknown Organization") : organisation) +
+                  QLatin1Char('/') + QCoreApplication::applicationName() + QStringLiteral(".conf"));
+}
+
+// The store reads its file as it opens: a pipe there would block the start for ever.
+std::optional<QString> unusableSettingsFile(const QString& path)
+{
+    if (const std::optional<QString> reason = FileAccess::notRegularFile(path))
+        return QStringLiteral("%1: cannot be used as the settings file (%2)").arg(path, *reason);
+    return std::nullopt;
+}
+
+} // namespace
 
 PlatformOrError createPlatform(const PlatformOptions& options)
 {
     SimScenario scenario = SimScenarioLoader::builtIn();
-    if (!options.scenarioPath.isEmpty()) {
-        auto loaded = SimScenarioLoader::load(options.scenarioPath);
+    if (options.scenarioPath) {
+        auto loaded = SimScenarioLoader::load(*options.scenarioPath);
         if (!loaded)
             return {nullptr, loaded.error().description};
         scenario = std::move(loaded).value();
     }
+    if (const std::optional<QString> refusal = unusableSettingsFile(settingsFilePath()))
+        return {nullptr, *refusal};
     SimPlatform::Services services;
     services.userDefaults = std::make_unique<SettingsUserDefaults>();
     services.time = std::make_unique<SystemTimeSource>();

@@ -20,10 +20,12 @@ public:
     bool isAnyMouseButtonPressed() const override;
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
+    void bringToFront(QWidget& window) override;
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    QString bundleVersion() const override;
 
 private:
     struct Private;

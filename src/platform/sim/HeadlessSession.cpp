@@ -1,6 +1,7 @@
 #include "HeadlessSession.h"
 
 #include "app/AppDelegate.h"
+#include "core/FileAccess.h"
 #include "core/Time.h"
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
@@ -13,11 +14,32 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImageWriter>
+#include <QSaveFile>
 #include <QTextStream>
 
 namespace tk {
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// Written whole or not at all, so a picture that cannot be saved leaves no file behind.
+std::optional<QString> writePng(const QString& path, const QImage& picture)
+{
+    if (std::optional<QString> reason = FileAccess::notRegularFile(path))
+        return reason;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    QImageWriter writer(&file, "png");
+    if (!writer.write(picture))
+        return writer.errorString();
+    if (!file.commit())
+        return file.errorString();
+    return std::nullopt;
+}
+
+} // namespace
 
 HeadlessSession::HeadlessSession(SimPlatform& platform, AppDelegate& app, QTextStream& out,
                                  QString pictureDirectory, QObject* parent)
@@ -231,19 +253,23 @@ void HeadlessSession::printHidden()
                            : text(u"Apps ocultas"_s) + u": "_s + hidden.join(u", "_s));
 }
 
+// At most `widestPicture` pixels across, however far the desktop reaches.
 void HeadlessSession::savePicture(const QString& name)
 {
+    constexpr double widestPicture = 4096.0;
     SimMenuBarScene::Look look;
     look.language = m_app.preferences().language();
     if (const SimStatusItem* item = m_platform.simulatedDesktopServices().statusItem())
         look.glyph = item->image();
-    const QImage picture = SimMenuBarScene(m_platform.desktop(), 1.0).render(look);
+    const double natural = SimMenuBarScene(m_platform.desktop(), 1.0).size().width();
+    const double scale = natural > widestPicture ? widestPicture / natural : 1.0;
+    const QImage picture = SimMenuBarScene(m_platform.desktop(), scale).render(look);
     const QString path = QDir(m_directory).absoluteFilePath(name);
-    QImageWriter writer(path, "png");
-    if (!QDir().mkpath(m_directory) || !writer.write(picture)) {
+    QDir().mkpath(m_directory);
+    if (const std::optional<QString> failure = writePng(path, picture)) {
         m_pictureFailed = true;
         print(text(u"No se pudo guardar la imagen %1: %2"_s)
-                  .arg(QDir::toNativeSeparators(path), writer.errorString()));
+                  .arg(QDir::toNativeSeparators(path), *failure));
         return;
     }
     m_pictures << path;
