@@ -135,38 +135,44 @@ QString readString(const QByteArray& json, qsizetype& at)
     return QJsonDocument::fromJson('[' + raw + ']').array().at(0).toString();
 }
 
+// Opens and closes containers and tells whether a key comes next, one character at a time.
+void followStructure(QList<OpenContainer>& containers, char c)
+{
+    if (c == '{' || c == '[') {
+        OpenContainer container;
+        container.object = c == '{';
+        container.place = containers.isEmpty() ? QString() : containers.last().placeOfValue();
+        containers.append(std::move(container));
+    } else if (containers.isEmpty()) {
+        return;
+    } else if (c == '}' || c == ']') {
+        containers.removeLast();
+    } else if (c == ':') {
+        containers.last().expectsKey = false;
+    } else if (c == ',') {
+        containers.last().expectsKey = true;
+        ++containers.last().index;
+    }
+}
+
 } // namespace
 
 std::optional<QString> SimJsonReader::repeatedKey(const QByteArray& json)
 {
-    QList<OpenContainer> open;
+    QList<OpenContainer> containers;
     for (qsizetype at = 0; at < json.size();) {
-        const char c = json.at(at);
-        if (c == '"') {
-            const QString text = readString(json, at);
-            if (open.isEmpty() || !open.last().object || !open.last().expectsKey)
-                continue;
-            OpenContainer& current = open.last();
-            if (current.keys.contains(text))
-                return member(current.place, text);
-            current.keys.insert(text);
-            current.lastKey = text;
+        if (json.at(at) != '"') {
+            followStructure(containers, json.at(at++));
             continue;
         }
-        if (c == '{' || c == '[') {
-            OpenContainer container;
-            container.object = c == '{';
-            container.place = open.isEmpty() ? QString() : open.last().placeOfValue();
-            open.append(container);
-        } else if ((c == '}' || c == ']') && !open.isEmpty()) {
-            open.removeLast();
-        } else if (c == ':' && !open.isEmpty()) {
-            open.last().expectsKey = false;
-        } else if (c == ',' && !open.isEmpty()) {
-            open.last().expectsKey = true;
-            ++open.last().index;
-        }
-        ++at;
+        const QString text = readString(json, at);
+        if (containers.isEmpty() || !containers.last().object || !containers.last().expectsKey)
+            continue;
+        OpenContainer& current = containers.last();
+        if (current.keys.contains(text))
+            return member(current.place, text);
+        current.keys.insert(text);
+        current.lastKey = text;
     }
     return std::nullopt;
 }

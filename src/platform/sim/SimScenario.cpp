@@ -440,13 +440,16 @@ Result<SimScenario> parse(const QByteArray& json, const QString& fileName)
                     u"not valid JSON (%1)"_s.arg(parseError.errorString()));
         return reader.error();
     }
+    Result<SimScenario> scenario = ScenarioReader(fileName).read(document);
     // A JSON reader keeps one value of a repeated key; which one a person meant is unclear.
-    if (const std::optional<QString> repeated = SimJsonReader::repeatedKey(json)) {
-        SimJsonReader reader(fileName);
-        reader.fail(*repeated, u"appears more than once"_s);
-        return reader.error();
-    }
-    return ScenarioReader(fileName).read(document);
+    // Looked for once the file has kept within its bounds, so the search is bounded too.
+    const std::optional<QString> repeated =
+        scenario ? SimJsonReader::repeatedKey(json) : std::nullopt;
+    if (!repeated)
+        return scenario;
+    SimJsonReader reader(fileName);
+    reader.fail(*repeated, u"appears more than once"_s);
+    return reader.error();
 }
 
 SimScenario builtIn()
