@@ -100,7 +100,8 @@ void AppDelegate::startDiagnosticRun(const QString& path)
 
 void AppDelegate::createStatusItem()
 {
-    m_item = m_desktop.createStatusItem(statusItemLength, statusItemAutosaveName);
+    m_item =
+        m_desktop.createStatusItem(Identity::statusItemLength, Identity::statusItemAutosaveName);
     QPointer<AppDelegate> self(this);
     m_item->setClickHandler([self](const StatusItemEvent& event) {
         if (self)

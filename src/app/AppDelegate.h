@@ -41,8 +41,6 @@ public:
         DiagnosticRun, // the diagnostic report is written, then the application quits
     };
 
-    static constexpr double statusItemLength = 30.0;
-    static inline const QString statusItemAutosaveName = QStringLiteral("Tuckaway.main");
     static constexpr double interactionInterval = 0.25;
     static constexpr double startActionDelay = 1.0;
     static constexpr double hoverRevealDelay = 0.6;

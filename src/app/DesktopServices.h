@@ -59,6 +59,8 @@ public:
     virtual QList<ScreenInfo> windowScreens() const { return screens(); }
     virtual QPointF windowPointerPosition() const { return pointerPosition(); }
 
+    // Puts a shown top-level window in front of the others and gives it the keyboard.
+    virtual void bringToFront(QWidget& window) = 0;
     // A top-level window's frame (title bar included) and moving it by that frame's origin,
     // on the screens of `windowScreens`.
     virtual Rect windowFrame(const QWidget& window) const = 0;
@@ -72,6 +74,9 @@ public:
     virtual QString applicationPath() const = 0;
     // The icon the bundle ships, `pixelSize` pixels square; null when there is none.
     virtual QImage bundleIcon(int pixelSize) const = 0;
+    // The version the bundle declares for people ("CFBundleShortVersionString" on macOS);
+    // empty when it declares none.
+    virtual QString bundleVersion() const = 0;
 
 Q_SIGNALS:
     void applicationLaunched();

@@ -88,15 +88,13 @@ void AppDelegate::openSettings(std::optional<int> section)
     m_desktop.activateIgnoringOtherApps();
     center(*m_settingsWindow, screen);
     m_settingsWindow->show();
-    m_settingsWindow->raise();
-    m_settingsWindow->activateWindow();
+    m_desktop.bringToFront(*m_settingsWindow);
     // The second centring places the window once the settings view has laid itself out.
     QPointer<SettingsWindow> window(m_settingsWindow.get());
     later([this, window, screen] {
         if (!window || !window->isVisible())
             return;
-        window->raise();
-        window->activateWindow();
+        m_desktop.bringToFront(*window);
         center(*window, screen);
         writeUIReport();
     });
@@ -118,7 +116,8 @@ void AppDelegate::createSettingsWindow()
          call(&AppDelegate::applySettings)},
         {m_platform.filePanels(), m_platform.accessibility(), m_platform.privacySettings(),
          m_platform.visibilityBridge(), m_platform.workspace(),
-         [&desktop](int pixelSize) { return desktop.bundleIcon(pixelSize); }});
+         [&desktop](int pixelSize) { return desktop.bundleIcon(pixelSize); },
+         [&desktop] { return desktop.bundleVersion(); }});
     m_settingsWindow = std::make_unique<SettingsWindow>(view);
     m_settingsWindow->setWindowTitle(text(SettingsWindow::titleKey));
     m_settingsWindow->setMinimumSize(SettingsWindow::minimumContentSize);

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QLoggingCategory>
 #include <cstdio>
 #include <memory>
 
@@ -18,6 +19,15 @@ QStringList argumentsOf(int argc, char** argv)
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     return arguments;
+}
+
+// Qt's own notes on how it runs here (a platform that cannot raise windows, a missing
+// runtime folder) are no concern of the person using Tuckaway and stay off standard error;
+// QT_LOGGING_RULES brings them back for a developer. Critical messages still show.
+void quietenToolkitNotes()
+{
+    QLoggingCategory::setFilterRules(
+        QStringLiteral("*.debug=false\n*.info=false\n*.warning=false"));
 }
 
 // A diagnostic run scans, writes its file and quits without showing anything, so it
@@ -41,8 +51,9 @@ int main(int argc, char** argv)
 {
     const QStringList arguments = argumentsOf(argc, argv);
     const CommandLine commandLine = CommandLine::parse(arguments);
+    quietenToolkitNotes();
     PlatformOptions options;
-    options.scenarioPath = commandLine.scenarioPath.value_or(QString());
+    options.scenarioPath = commandLine.scenarioPath;
     const auto application = makeApplication(argc, argv, commandLine, options);
 
     QFile errors;

@@ -19,9 +19,11 @@ Rect Rect::infinite()
     return {-big / 2.0, -big / 2.0, big, big};
 }
 
+// As the platform tests it: either coordinate at positive infinity.
 bool Rect::isNull() const
 {
-    return std::isinf(x) && x > 0 && std::isinf(y) && y > 0;
+    const double inf = std::numeric_limits<double>::infinity();
+    return x == inf || y == inf;
 }
 
 bool Rect::isInfinite() const

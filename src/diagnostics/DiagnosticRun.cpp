@@ -1,9 +1,9 @@
 #include "DiagnosticRun.h"
 
+#include "core/FileAccess.h"
 #include "inspection/Inspector.h"
 
 #include <QIODevice>
-#include <QSaveFile>
 
 namespace tk {
 
@@ -17,11 +17,9 @@ QString text(const QString& report, bool backendAvailable)
 
 std::optional<QString> write(const QString& path, const QString& text)
 {
-    QSaveFile file(path);
-    const QByteArray bytes = text.toUtf8();
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-        return std::nullopt;
-    return QStringLiteral("%1: %2").arg(path, file.errorString());
+    if (const std::optional<QString> failure = FileAccess::writeAtomically(path, text.toUtf8()))
+        return QStringLiteral("%1: %2").arg(path, *failure);
+    return std::nullopt;
 }
 
 void start(Inspector& inspector, const QString& path, std::function<bool()> isBackendAvailable,

@@ -20,8 +20,9 @@ inline const QString failurePrefix = QStringLiteral("Error al guardar diagnósti
 // The report followed by the backend line; no line feed at the end.
 QString text(const QString& report, bool backendAvailable);
 
-// Writes `text` as UTF-8, replacing the file at `path` whole or not at all. Nothing on
-// success, otherwise the path and why it failed.
+// Writes `text` as UTF-8, replacing the regular file at `path` whole or not at all (a
+// folder, pipe or device there is left alone). Nothing on success, otherwise the path and
+// why it failed.
 std::optional<QString> write(const QString& path, const QString& text);
 
 // Scans through `inspector`, asks `isBackendAvailable` once the scan has ended, writes

@@ -1,12 +1,13 @@
 #include "InterfaceReport.h"
 
+#include "core/FileAccess.h"
+
 #include <QBuffer>
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 namespace tk {
 
@@ -21,8 +22,7 @@ QString rectText(const std::optional<Rect>& rect)
 
 bool writeAtomically(const QString& path, const QByteArray& bytes)
 {
-    QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    return !FileAccess::writeAtomically(path, bytes);
 }
 
 QByteArray pngData(const QImage& image)

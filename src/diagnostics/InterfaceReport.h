@@ -36,8 +36,9 @@ struct InterfaceReport {
     QByteArray json() const;
 
     // Writes `image` as PNG beside `reportPath` (when it converts), then the JSON at
-    // `reportPath`, each replacing the earlier file whole or not at all. A failure leaves
-    // the earlier file as it was; answers whether the JSON was written.
+    // `reportPath`, each replacing the earlier file whole or not at all; only a regular file is
+    // ever replaced. A failure leaves the earlier file as it was; answers whether the JSON was
+    // written.
     bool write(const QString& reportPath, const QImage& image) const;
 };
 

@@ -1,14 +1,76 @@
 #include "Inspector.h"
 
+#include "inspection/Accessibility.h"
 #include "inspection/Workspace.h"
 
 #include <QFutureWatcher>
 #include <QPointer>
+#include <QThread>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 #include <vector>
 
 namespace tk {
+
+namespace {
+
+// The accessibility interface as one walk of the default scanner sees it: once the walk is
+// abandoned, every request to another process fails at once, as one that timed out does,
+// so the walk runs to its end without waiting for anybody.
+class AbandonableAccessibility final : public Accessibility {
+public:
+    AbandonableAccessibility(Accessibility& accessibility, const std::atomic<bool>& abandoned)
+        : m_accessibility(accessibility), m_abandoned(abandoned)
+    {
+    }
+
+    AXElementRef applicationElement(qint32 pid) override
+    {
+        return m_accessibility.applicationElement(pid);
+    }
+    void setMessagingTimeout(const AXElementRef& element, double seconds) override
+    {
+        m_accessibility.setMessagingTimeout(element, seconds);
+    }
+    AXAttribute attribute(const AXElementRef& element, const QString& name) override
+    {
+        if (!m_abandoned.load())
+            return m_accessibility.attribute(element, name);
+        AXAttribute unanswered;
+        unanswered.error = AXResult::cannotComplete;
+        return unanswered;
+    }
+    std::optional<QStringList> actionNames(const AXElementRef& element) override
+    {
+        return m_abandoned.load() ? std::nullopt : m_accessibility.actionNames(element);
+    }
+    AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override
+    {
+        if (m_abandoned.load())
+            return {AXResult::cannotComplete, false};
+        return m_accessibility.isAttributeSettable(element, name);
+    }
+    bool isProcessTrusted() override { return m_accessibility.isProcessTrusted(); }
+    bool promptForTrust() override { return m_accessibility.promptForTrust(); }
+
+private:
+    Accessibility& m_accessibility;
+    const std::atomic<bool>& m_abandoned;
+};
+
+// Pool threads are shared: the walk raises its own thread's priority for its duration only.
+ScanResult walkAtRaisedPriority(const Inspector::Scanner& scanner, const QList<ScanApp>& apps)
+{
+    QThread* const thread = QThread::currentThread();
+    const QThread::Priority previous = thread->priority();
+    thread->setPriority(QThread::HighPriority);
+    ScanResult result = scanner(apps);
+    // A pool thread reports the priority it inherited, which cannot be set back as such.
+    thread->setPriority(previous == QThread::InheritPriority ? QThread::NormalPriority : previous);
+    return result;
+}
+
+} // namespace
 
 struct Inspector::Task {
     QFutureWatcher<ScanResult>* walk = nullptr; // a child of the inspector
@@ -25,16 +87,19 @@ Inspector::Inspector(Scanner scanner, AuthorizationCheck authorizationCheck,
 Inspector::Inspector(Accessibility& accessibility, const Workspace& workspace,
                      const TimeSource& time, QObject* parent)
     : Inspector(
-          [&accessibility, &time,
-           version = workspace.operatingSystemVersionString()](const QList<ScanApp>& apps) {
-              return AXScanner::scan(apps, ScanEnvironment{accessibility, time, version});
-          },
-          [&accessibility] { return accessibility.isProcessTrusted(); }, workspace, parent)
+          Scanner(), [&accessibility] { return accessibility.isProcessTrusted(); }, workspace,
+          parent)
 {
+    m_scanner = [&accessibility, &time, version = workspace.operatingSystemVersionString(),
+                 abandoned = m_abandoned](const QList<ScanApp>& apps) {
+        AbandonableAccessibility walkAccessibility(accessibility, *abandoned);
+        return AXScanner::scan(apps, ScanEnvironment{walkAccessibility, time, version});
+    };
 }
 
 Inspector::~Inspector()
 {
+    m_abandoned->store(true);
     if (m_task)
         m_task->walk->waitForFinished();
 }
@@ -88,27 +153,42 @@ void Inspector::startTask(QList<ScanApp> apps)
     });
     m_task = std::make_unique<Task>();
     m_task->walk = walk;
-    walk->setFuture(
-        QtConcurrent::run(QThreadPool::globalInstance(),
-                          [scanner = m_scanner, apps = std::move(apps)] { return scanner(apps); }));
+    walk->setFuture(QtConcurrent::run(QThreadPool::globalInstance(),
+                                      [scanner = m_scanner, apps = std::move(apps)] {
+                                          return walkAtRaisedPriority(scanner, apps);
+                                      }));
     setIsScanning(true);
 }
 
+// The first publication is items, report, the walk let go, then not scanning; a caller that
+// asks for a scan while items or report are published joins this walk and is served with
+// it. Every later caller of the walk publishes the same result again as it resumes.
 void Inspector::finish(const ScanResult& result)
 {
+    const QPointer<Inspector> self(this);
+    if (!publish(result, self))
+        return;
     const std::vector<std::function<void()>> waiters = std::move(m_task->waiters);
     m_task.reset();
-    const QPointer<Inspector> self(this);
-    for (const std::function<void()>& done : waiters) {
-        if (!self)
+    setIsScanning(false);
+    for (std::size_t i = 0; i < waiters.size() && self; ++i) {
+        if (i > 0 && !publish(result, self))
             return;
-        setItems(result.items);
-        setReport(result.report);
-        if (!m_task) // an earlier caller may already have started the next walk
+        if (i > 0 && !m_task) // an earlier caller may already have started the next walk
             setIsScanning(false);
-        if (done)
-            done();
+        if (self && waiters[i])
+            waiters[i]();
     }
+}
+
+// Items, then report; false when an observer has destroyed this inspector meanwhile.
+bool Inspector::publish(const ScanResult& result, const QPointer<Inspector>& self)
+{
+    setItems(result.items);
+    if (!self)
+        return false;
+    setReport(result.report);
+    return !self.isNull();
 }
 
 void Inspector::setItems(const QList<ExternalItem>& items)

@@ -4,7 +4,9 @@
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -15,7 +17,8 @@ class TimeSource;
 class Workspace;
 
 // The observable owner of the latest menu-bar scan. Lives on the main thread; only the
-// scanner runs on the global thread pool. Overlapping requests share one walk.
+// scanner runs on the global thread pool, at raised priority, since a person waits for it.
+// Overlapping requests share one walk.
 class Inspector : public QObject {
     Q_OBJECT
     Q_PROPERTY(QList<ExternalItem> items READ items NOTIFY itemsChanged)
@@ -40,7 +43,9 @@ public:
     // outlive the inspector.
     Inspector(Accessibility& accessibility, const Workspace& workspace, const TimeSource& time,
               QObject* parent = nullptr);
-    // Waits for a running walk: it reads through references this object was given.
+    // A running walk reads through references this object was given, so it is waited for;
+    // the default scanner's walk is abandoned first: from then on every accessibility
+    // request fails at once, so quitting waits for one message at most, never for the scan.
     ~Inspector() override;
 
     QList<ExternalItem> items() const { return m_items; }
@@ -68,9 +73,12 @@ private:
     QList<ScanApp> applicationsToScan() const;
     void startTask(QList<ScanApp> apps);
     void finish(const ScanResult& result);
+    bool publish(const ScanResult& result, const QPointer<Inspector>& self);
     void setItems(const QList<ExternalItem>& items);
     void setIsScanning(bool scanning);
 
+    // Set once, when the inspector goes; the default scanner's walks read it.
+    std::shared_ptr<std::atomic<bool>> m_abandoned = std::make_shared<std::atomic<bool>>(false);
     Scanner m_scanner;
     AuthorizationCheck m_authorizationCheck;
     const Workspace& m_workspace;

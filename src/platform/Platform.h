@@ -1,8 +1,8 @@
 #pragma once
 
 #include <QStringList>
-
 #include <memory>
+#include <optional>
 
 namespace tk {
 
@@ -36,12 +36,12 @@ public:
     virtual PrivacySettings& privacySettings() = 0;
 };
 
-// Start-up choices that reach the platform. `scenarioPath` names a simulated desktop
-// to load instead of the built-in one; it means nothing on macOS.
+// Start-up choices that reach the platform. `scenarioPath`, when given (even empty), names
+// a simulated desktop to load instead of the built-in one; it means nothing on macOS.
 // `replayable` asks for a run that goes the same way each time: virtual time, settings kept
 // in memory and every service simulated (a scripted session); it means nothing on macOS.
 struct PlatformOptions {
-    QString scenarioPath;
+    std::optional<QString> scenarioPath;
     bool replayable = false;
 };
 

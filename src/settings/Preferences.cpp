@@ -39,9 +39,12 @@ SettingsData Preferences::loadRecord() const
     return record;
 }
 
+// The older keys may hand the start a record with longer lists than a stored record may
+// hold. Saved as it is, the next start would refuse it and fall back to the older keys,
+// losing every change made since; so from its first change on it is kept within limits.
 void Preferences::setData(const SettingsData& data)
 {
-    m_data = data;
+    m_data = data.validated() ? data : data.withinListLimits();
     m_defaults.setBytes(recordKey, m_data.encoded(SettingsData::Form::Stored));
     Q_EMIT dataChanged(m_data);
     Q_EMIT changed();

@@ -45,7 +45,9 @@ public:
     bool loginEnabled() const { return m_loginEnabled; }
     UserDefaults& defaults() const { return m_defaults; }
 
-    void setData(const SettingsData& data); // saves the record and sets needsApply
+    // Saves the record and sets needsApply. A record whose lists exceed what a stored record
+    // may hold (older keys can give one) is kept within those limits.
+    void setData(const SettingsData& data);
     void setNeedsApply(bool needsApply);
     void setLanguage(const QString& language); // saves the language
     void setSection(int section);

@@ -125,6 +125,16 @@ QStringList distinctInFirstOccurrenceOrder(const QStringList& list)
     return distinct;
 }
 
+QStringList withinLimit(const QStringList& list, qsizetype limit)
+{
+    QStringList kept;
+    for (const QString& entry : distinctInFirstOccurrenceOrder(list)) {
+        if (hasAllowedLength(entry))
+            kept.append(entry);
+    }
+    return kept.size() > limit ? kept.mid(kept.size() - limit) : kept;
+}
+
 QJsonObject hotkeyObject(const HotKeySettings& hotkey)
 {
     QJsonObject object;
@@ -323,6 +333,14 @@ Result<SettingsData> SettingsData::validated() const
     std::sort(normalised.hiddenBundles.begin(), normalised.hiddenBundles.end(), codePointLess);
     normalised.selected = distinctInFirstOccurrenceOrder(selected);
     return normalised;
+}
+
+SettingsData SettingsData::withinListLimits() const
+{
+    SettingsData bounded = *this;
+    bounded.hiddenBundles = withinLimit(hiddenBundles, maxHiddenBundles);
+    bounded.selected = withinLimit(selected, maxSelected);
+    return bounded;
 }
 
 QByteArray SettingsData::encoded(Form form) const

@@ -29,6 +29,11 @@ struct SettingsData {
 
     // The normalised copy, or the one incompatibility error.
     Result<SettingsData> validated() const;
+    // The same record with each list brought within what `validated()` accepts: entries
+    // that cannot be identifiers and repeated entries dropped (the first of each kept),
+    // then only the last 500 bundles to hide and the last 1000 selected kept, the most
+    // recently added. For records no check has seen, such as those built from older keys.
+    SettingsData withinListLimits() const;
 
     // Stored: one compact line. Exported: indented, keys of every object sorted.
     QByteArray encoded(Form form) const;

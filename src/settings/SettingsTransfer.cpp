@@ -3,25 +3,22 @@
 // recovery changes nothing, because every check runs before the first write.
 
 #include "Preferences.h"
-
+#include "core/FileAccess.h"
 #include "core/UserDefaults.h"
 #include "settings/FilePanels.h"
 #include "settings/LoginItemService.h"
 
-#include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace tk {
 
 namespace {
 
 constexpr qint64 largestImport = 999'999;
-const QString fileErrorDomain = QStringLiteral("Tuckaway.File");
 
 Error fileError(const QString& description)
 {
-    return Error{fileErrorDomain, 1, description};
+    return Error{FileAccess::errorDomain, 1, description};
 }
 
 QString displayName(const QString& path)
@@ -31,12 +28,44 @@ QString displayName(const QString& path)
 
 std::optional<Error> writeAtomically(const QString& path, const QByteArray& content)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
-        return fileError(QStringLiteral("The file “%1” couldn’t be saved: %2")
-                             .arg(displayName(path), file.errorString()));
-    }
+    if (const std::optional<QString> reason = FileAccess::writeAtomically(path, content))
+        return fileError(
+            QStringLiteral("The file “%1” couldn’t be saved: %2").arg(displayName(path), *reason));
     return std::nullopt;
+}
+
+// What the import panel's file could not give, worded as the system words it.
+Error importReadError(const QString& path, const Error& failure)
+{
+    const QString name = displayName(path);
+    QString description;
+    switch (FileAccess::Problem(failure.code)) {
+    case FileAccess::Problem::Missing:
+        description = QStringLiteral("The file “%1” couldn’t be opened because there is no such "
+                                     "file.")
+                          .arg(name);
+        break;
+    case FileAccess::Problem::TooLarge:
+        description = QStringLiteral("The file “%1” couldn’t be opened because it is too large "
+                                     "(the limit is 999,999 bytes).")
+                          .arg(name);
+        break;
+    default:
+        description =
+            QStringLiteral("The file “%1” couldn’t be opened: %2").arg(name, failure.description);
+        break;
+    }
+    return Error{failure.domain, failure.code, description};
+}
+
+// A failure the service gave no words for is still shown, as the system words one.
+QString describedFailure(const Error& error)
+{
+    if (!error.description.isEmpty())
+        return error.description;
+    return QStringLiteral("The operation couldn’t be completed. (%1 error %2.)")
+        .arg(error.domain.isEmpty() ? QStringLiteral("Unknown") : error.domain)
+        .arg(error.code);
 }
 
 } // namespace
@@ -67,31 +96,14 @@ void Preferences::exportSettings()
     setNotice(failure ? failure->description : QStringLiteral("Configuración exportada."));
 }
 
+// Anything but a regular file is refused before it is opened: a pipe or a device could
+// block for ever or never end.
 Result<SettingsData> Preferences::readImport(const QString& path) const
 {
-    const QFileInfo info(path);
-    if (!info.exists())
-        return fileError(QStringLiteral("The file “%1” couldn’t be opened because there is no such file.")
-                             .arg(displayName(path)));
-    // Only a regular file has a size to trust; anything else is read and judged by content.
-    if (info.isFile() && info.size() > largestImport)
-        return fileError(QStringLiteral("The file “%1” couldn’t be opened because it is too large "
-                                        "(%2 bytes; the limit is 999,999).")
-                             .arg(displayName(path))
-                             .arg(info.size()));
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fileError(QStringLiteral("The file “%1” couldn’t be opened: %2")
-                             .arg(displayName(path), file.errorString()));
-    // Bounded even when the size could not be told beforehand.
-    const QByteArray content = file.read(largestImport + 1);
-    if (content.size() > largestImport)
-        return fileError(QStringLiteral("The file “%1” couldn’t be opened because it is too large.")
-                             .arg(displayName(path)));
-    if (file.error() != QFileDevice::NoError)
-        return fileError(QStringLiteral("The file “%1” couldn’t be read: %2")
-                             .arg(displayName(path), file.errorString()));
-    auto decoded = SettingsData::decoded(content);
+    const Result<QByteArray> content = FileAccess::readRegularFile(path, largestImport);
+    if (!content)
+        return importReadError(path, content.error());
+    auto decoded = SettingsData::decoded(content.value());
     if (!decoded)
         return decoded.error();
     return decoded->validated();
@@ -142,7 +154,7 @@ void Preferences::setLogin(bool enabled)
     const auto status = m_loginItems.status();
     setLoginEnabled(status == LoginItemService::Status::Enabled);
     if (failure)
-        setNotice(failure->description);
+        setNotice(describedFailure(*failure));
     else if (status == LoginItemService::Status::RequiresApproval)
         setNotice(QStringLiteral("Confirma el inicio de sesión en Ajustes del Sistema → General → "
                                  "Elementos de inicio."));

@@ -276,6 +276,10 @@ void SimMenuBarScene::paintAppMenus(QPainter& painter, const Strip& strip, const
 
 void SimMenuBarScene::paintItem(QPainter& painter, const Item& item, const Look& look) const
 {
+    // Narrower than a pixel at this scale, nothing of it could show; laying out the text of
+    // thousands of such items would take seconds.
+    if (!item.own && item.rect.width() < 1.0)
+        return;
     painter.save();
     painter.setClipRect(item.rect);
     if (item.offScreen)

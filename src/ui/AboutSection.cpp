@@ -58,8 +58,10 @@ void AboutSection::render()
     QPalette teal = m_name->palette();
     teal.setColor(QPalette::WindowText, ViewStyle::teal(palette()));
     m_name->setPalette(teal);
-    m_version->setText(
-        m_context.text(u"Versión "_s + shownVersion(Identity::version) + u" · macOS 27"_s));
+    const auto& bundleVersion = m_context.services.bundleVersion;
+    m_version->setText(m_context.text(u"Versión "_s +
+                                      shownVersion(bundleVersion ? bundleVersion() : QString()) +
+                                      u" · macOS 27"_s));
     m_credit->setText(m_context.text(L10n::aboutCreditLine));
     m_rights->setText(m_context.text(L10n::aboutRightsLine));
     m_note->setText(m_context.text(u"La ocultación utiliza un framework privado de macOS y puede "

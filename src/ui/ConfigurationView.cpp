@@ -1,5 +1,6 @@
 #include "ConfigurationView.h"
 
+#include "core/FileAccess.h"
 #include "inspection/Inspector.h"
 #include "l10n/L10n.h"
 #include "settings/FilePanels.h"
@@ -15,12 +16,9 @@
 #include "visibility/VisibilityController.h"
 
 #include <QCollator>
-#include <QDir>
 #include <QEvent>
-#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHash>
-#include <QSaveFile>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -35,18 +33,6 @@ namespace {
 const QString applePrefix = u"com.apple."_s;
 constexpr int contentPadding = 24;
 constexpr int contentSpacing = 18;
-
-// The file replaces any earlier one in a single step, so a failed write leaves no partial
-// file; the description names what could not be saved where, so a person can act on it.
-std::optional<QString> writeAtomically(const QString& path, const QByteArray& content)
-{
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit())
-        return std::nullopt;
-    const QFileInfo info(path);
-    return u"The file “%1” couldn’t be saved in the folder “%2”: %3"_s.arg(
-        info.fileName(), QDir::toNativeSeparators(info.absolutePath()), file.errorString());
-}
 
 } // namespace
 
@@ -202,7 +188,7 @@ void ConfigurationView::saveReport()
     if (!location || location->isEmpty())
         return;
     const QString report = L10n::text(m_context->inspector.report(), language);
-    const std::optional<QString> failure = writeAtomically(*location, report.toUtf8());
+    const std::optional<QString> failure = FileAccess::writeAtomically(*location, report.toUtf8());
     m_context->preferences.setNotice(failure.value_or(u"Informe guardado."_s));
 }
 

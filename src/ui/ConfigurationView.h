@@ -47,6 +47,7 @@ public:
         NativeVisibilityBridge& visibility; // whether the hiding mechanism is present
         const Workspace& workspace;         // this application's own bundle identifier
         AppIdentity::BundleIconLoader bundleIcon = {};
+        std::function<QString()> bundleVersion = {}; // empty or missing: "1.0"
     };
 
     // One row of the manual list: an application's bundle identifier and what it is

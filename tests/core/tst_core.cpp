@@ -1,7 +1,9 @@
+#include "core/FileAccess.h"
 #include "core/Rect.h"
 #include "core/UserDefaults.h"
 #include "platform/sim/VirtualTime.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -22,6 +24,8 @@ private Q_SLOTS:
     void virtualTimersFireInDueOrderAndExactlyOnTime();
     void repeatingTimerRestartedFromItsOwnHandler();
     void rectTextAndStandardisation();
+    void fileAccessTouchesOnlyRegularFiles_data();
+    void fileAccessTouchesOnlyRegularFiles();
 };
 
 void TestCore::typedReadsRefuseOtherTypes()
@@ -147,8 +151,56 @@ void TestCore::rectTextAndStandardisation()
     QCOMPARE(flipped, (Rect{6, 4, 4, 6}));
     QCOMPARE((Rect{10, 10, -4, -6}.maxX()), 10.0);
     QVERIFY(Rect::null().isNull() && Rect::null().isEmpty() && !Rect::null().isFinite());
+    const double inf = std::numeric_limits<double>::infinity();
+    QVERIFY((Rect{inf, 0, 5, 5}.isNull()) && (Rect{0, inf, 5, 5}.isNull()));
+    QVERIFY(!(Rect{-inf, 0, 5, 5}.isNull()));
     QVERIFY(Rect::infinite().isInfinite());
     QVERIFY(!(Rect{0, std::numeric_limits<double>::quiet_NaN(), 1, 1}.isFinite()));
+}
+
+void TestCore::fileAccessTouchesOnlyRegularFiles_data()
+{
+    QTest::addColumn<QString>("before"); // what stands at the path
+    QTest::addColumn<bool>("readable");
+    QTest::addColumn<bool>("writable");
+    QTest::newRow("nothing") << QStringLiteral("nothing") << false << true;
+    QTest::newRow("small file") << QStringLiteral("small") << true << true;
+    QTest::newRow("file past the limit") << QStringLiteral("large") << false << true;
+    QTest::newRow("folder") << QStringLiteral("folder") << false << false;
+    QTest::newRow("named pipe without writer") << QStringLiteral("pipe") << false << false;
+}
+
+void TestCore::fileAccessTouchesOnlyRegularFiles()
+{
+    QFETCH(QString, before);
+    QFETCH(bool, readable);
+    QFETCH(bool, writable);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("target"));
+    QFile file(path);
+    if (before == QLatin1String("small") || before == QLatin1String("large")) {
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(before == QLatin1String("small") ? 10 : 11, 'x'));
+        file.close();
+    } else if (before == QLatin1String("folder")) {
+        QVERIFY(QDir().mkdir(path));
+    } else if (before == QLatin1String("pipe")) {
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    }
+
+    const Result<QByteArray> read = FileAccess::readRegularFile(path, 10);
+    QCOMPARE(read.ok(), readable);
+    QVERIFY(read.ok() || !read.error().description.isEmpty());
+    const std::optional<QString> failure = FileAccess::writeAtomically(path, "new");
+    QCOMPARE(!failure, writable);
+    if (writable) {
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("new"));
+    } else {
+        QVERIFY(!failure->isEmpty());
+        const QFileInfo left(path);
+        QVERIFY(left.exists() && !left.isFile()); // still the folder or the pipe
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCore)

@@ -3,11 +3,14 @@
 #include "inspection/Workspace.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 using namespace tk;
 
@@ -22,6 +25,20 @@ public:
 };
 
 const QString scanReport = QStringLiteral("Fecha: 2026-01-01T09:00:00Z\nmacOS 15\nDetectados: 0");
+
+// A process of the built application whose settings live in `configHome`, not the user's.
+void startApplication(QProcess& process, const QString& configHome, const QStringList& arguments)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(TUCKAWAY_BINARY), arguments);
+}
+
+bool makePipe(const QString& path)
+{
+    return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
+}
 
 QByteArray readAll(const QString& path)
 {
@@ -72,6 +89,7 @@ private Q_SLOTS:
     void unwritablePathGivesTheFailureLine();
     void commandLineRunWritesTheFileAndQuits();
     void commandLineRunReportsAFailedWrite();
+    void commandLineRunPassesOverASettingsFileThatIsAPipe();
 };
 
 void TestDiagnosticRun::writesReportThenBackendLine_data()
@@ -148,13 +166,17 @@ void TestDiagnosticRun::unwritablePathGivesTheFailureLine_data()
     QTest::addColumn<QString>("relativePath");
     QTest::newRow("inside a missing directory") << QStringLiteral("missing/x.txt");
     QTest::newRow("a directory") << QStringLiteral(".");
+    QTest::newRow("a named pipe") << QStringLiteral("pipe");
 }
 
 void TestDiagnosticRun::unwritablePathGivesTheFailureLine()
 {
     QFETCH(QString, relativePath);
     QTemporaryDir dir;
-    const Outcome outcome = run(dir.filePath(relativePath), false);
+    const QString path = dir.filePath(relativePath);
+    QVERIFY(relativePath != QLatin1String("pipe") || makePipe(path));
+    const Outcome outcome = run(path, false);
+    QVERIFY(!QFileInfo(path).isFile()); // a folder or a pipe is left as it was
 
     QCOMPARE(outcome.written, std::optional<bool>(false));
     const QString line = QString::fromUtf8(outcome.errors);
@@ -168,12 +190,13 @@ void TestDiagnosticRun::commandLineRunWritesTheFileAndQuits()
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("informe.txt"));
     QProcess process;
-    process.start(QStringLiteral(TUCKAWAY_BINARY),
-                  {QStringLiteral("--ui-report"), dir.filePath(QStringLiteral("ui.json")),
-                   QStringLiteral("--diagnostic-report"), path});
+    startApplication(process, dir.path(),
+                     {QStringLiteral("--ui-report"), dir.filePath(QStringLiteral("ui.json")),
+                      QStringLiteral("--diagnostic-report"), path});
     QVERIFY(process.waitForFinished(60000));
     QCOMPARE(process.exitCode(), 0);
     QCOMPARE(process.readAllStandardOutput(), QByteArray());
+    QCOMPARE(process.readAllStandardError(), QByteArray());
 
     const QString text = QString::fromUtf8(readAll(path));
     QVERIFY2(text.startsWith(QStringLiteral("Fecha: ")), qPrintable(text));
@@ -187,8 +210,9 @@ void TestDiagnosticRun::commandLineRunReportsAFailedWrite()
 {
     QTemporaryDir dir;
     QProcess process;
-    process.start(QStringLiteral(TUCKAWAY_BINARY), {QStringLiteral("--diagnostic-report"),
-                                                    dir.filePath(QStringLiteral("no/x.txt"))});
+    startApplication(
+        process, dir.path(),
+        {QStringLiteral("--diagnostic-report"), dir.filePath(QStringLiteral("no/x.txt"))});
     QVERIFY(process.waitForFinished(60000));
     QCOMPARE(process.exitCode(), 1);
     QCOMPARE(process.readAllStandardOutput(), QByteArray());
@@ -196,6 +220,27 @@ void TestDiagnosticRun::commandLineRunReportsAFailedWrite()
     QVERIFY2(errors.contains(QRegularExpression(
                  QStringLiteral("(^|\n)Error al guardar diagnóstico: [^\n]+\n$"))),
              qPrintable(errors));
+}
+
+// The settings are read as the application starts: a pipe there must not block the start,
+// and is left as it is; the run goes on with settings kept for this run only.
+void TestDiagnosticRun::commandLineRunPassesOverASettingsFileThatIsAPipe()
+{
+    QTemporaryDir dir;
+    const QString settings = dir.filePath(QStringLiteral("Tuckaway/settings.json"));
+    QVERIFY(QDir().mkpath(QFileInfo(settings).path()) && makePipe(settings));
+    QProcess process;
+    startApplication(
+        process, dir.path(),
+        {QStringLiteral("--diagnostic-report"), dir.filePath(QStringLiteral("x.txt"))});
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitCode(), 0);
+    const QString errors = QString::fromUtf8(process.readAllStandardError());
+    QCOMPARE(errors, QStringLiteral("Tuckaway: ") + settings +
+                         QStringLiteral(": not a regular file; settings are kept for this run "
+                                        "only.\n"));
+    QVERIFY(QFile::exists(dir.filePath(QStringLiteral("x.txt"))));
+    QVERIFY(!QFileInfo(settings).isFile());
 }
 
 QTEST_GUILESS_MAIN(TestDiagnosticRun)

@@ -1,3 +1,5 @@
+#include "core/Time.h"
+#include "inspection/Accessibility.h"
 #include "inspection/Inspector.h"
 #include "inspection/Workspace.h"
 
@@ -6,6 +8,8 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 using namespace tk;
 
@@ -51,6 +55,51 @@ struct GatedScanner {
             gate.acquire();
             return result;
         };
+    }
+};
+
+// Every application answers, slowly, with an extras menu bar of many items, so that a walk
+// over a few of them lasts for seconds. Counts the requests that reach it.
+class SlowAccessibility final : public Accessibility {
+public:
+    std::atomic<int> requests{0};
+
+    AXElementRef applicationElement(qint32) override { return std::make_shared<AXElement>(); }
+    void setMessagingTimeout(const AXElementRef&, double) override {}
+    AXAttribute attribute(const AXElementRef&, const QString& name) override
+    {
+        answerSlowly();
+        AXAttribute answer;
+        if (name == QLatin1String("AXExtrasMenuBar")) {
+            answer.kind = AXAttribute::Kind::Element;
+            answer.element = std::make_shared<AXElement>();
+        } else if (name == QLatin1String("AXChildren")) {
+            answer.kind = AXAttribute::Kind::ElementList;
+            for (int i = 0; i < 50; ++i)
+                answer.elements << std::make_shared<AXElement>();
+        } else {
+            answer.error = AXResult::noValue;
+        }
+        return answer;
+    }
+    std::optional<QStringList> actionNames(const AXElementRef&) override
+    {
+        answerSlowly();
+        return QStringList();
+    }
+    AXSettable isAttributeSettable(const AXElementRef&, const QString&) override
+    {
+        answerSlowly();
+        return {};
+    }
+    bool isProcessTrusted() override { return true; }
+    bool promptForTrust() override { return true; }
+
+private:
+    void answerSlowly()
+    {
+        ++requests;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 };
 
@@ -111,6 +160,8 @@ private Q_SLOTS:
     void reportAssignableAndEveryAssignmentNotifies();
     void aScanStartedByAWaiterKeepsScanning();
     void destroyedWhileWalkRuns();
+    void aScanAskedWhileItemsArePublishedJoinsTheWalk();
+    void destroyedDuringADefaultWalkAbandonsIt();
 };
 
 void TestInspector::withoutPermissionNothingRuns()
@@ -268,6 +319,42 @@ void TestInspector::destroyedWhileWalkRuns()
     inspector.reset(); // waits for the walk; its answer goes nowhere
     QCoreApplication::processEvents();
     QTest::qWait(0);
+    QVERIFY(!done);
+}
+
+void TestInspector::aScanAskedWhileItemsArePublishedJoinsTheWalk()
+{
+    std::optional<bool> scanningWhenPublished;
+    bool joinedDone = false;
+    connect(inspector.get(), &Inspector::itemsChanged, this, [&] {
+        if (scanningWhenPublished)
+            return;
+        scanningWhenPublished = inspector->isScanning();
+        inspector->scan([&] { joinedDone = true; });
+    });
+    bool done = false;
+    inspector->scan([&] { done = true; });
+    scanner->gate.release();
+    QTRY_VERIFY(done && joinedDone);
+    QCOMPARE(scanningWhenPublished, std::optional<bool>(true));
+    QCOMPARE(scanner->calls.load(), 1);
+    QVERIFY(!inspector->isScanning());
+}
+
+// Quitting destroys the inspector: it must not wait for the rest of a long walk.
+void TestInspector::destroyedDuringADefaultWalkAbandonsIt()
+{
+    SlowAccessibility accessibility;
+    SystemTimeSource time;
+    for (qint32 pid = 1; pid <= 20; ++pid)
+        workspace.apps << RunningApplication{pid, QStringLiteral("com.example.%1").arg(pid), {}};
+    auto walking = std::make_unique<Inspector>(accessibility, workspace, time);
+    bool done = false;
+    walking->scan([&] { done = true; });
+    QTRY_VERIFY(accessibility.requests.load() > 0);
+    const int before = accessibility.requests.load();
+    walking.reset();
+    QVERIFY(accessibility.requests.load() <= before + 2); // those already on their way
     QVERIFY(!done);
 }
 

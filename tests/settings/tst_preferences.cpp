@@ -6,9 +6,11 @@
 #include "settings/Preferences.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 using namespace tk;
 
@@ -60,6 +62,8 @@ private Q_SLOTS:
     void storedRecordIsUsedValidatedWithoutRewrite();
     void everyAssignmentSavesAndNotifiesEvenWhenEqual();
     void setHiddenMovesToEndOrRemovesEveryCopy();
+    void changesSurviveARestartPastTheListLimits_data();
+    void changesSurviveARestartPastTheListLimits();
     void exportProposesNameByLanguageAndWritesExportedForm();
     void exportFailureLeavesNoFileAndReportsTheReason();
     void cancelledPanelsAndEmptyBackupSaySomethingNowhere();
@@ -180,6 +184,44 @@ void TestPreferences::setHiddenMovesToEndOrRemovesEveryCopy()
     QCOMPARE(saves.count(), 4);
     const auto stored = SettingsData::decoded(*f.defaults.bytes(Preferences::recordKey));
     QCOMPARE(stored->hiddenBundles, prefs->data().hiddenBundles);
+}
+
+void TestPreferences::changesSurviveARestartPastTheListLimits_data()
+{
+    QTest::addColumn<QStringList>("older"); // under the older "hiddenBundles" key
+    QTest::addColumn<QString>("hide");      // hidden after the start; empty: the delay changes
+    QStringList six, five;
+    for (int i = 0; i < 600; ++i)
+        (i < 500 ? five : six)
+            << QStringLiteral("com.example.app%1").arg(i, 3, 10, QLatin1Char('0'));
+    six = five + six;
+    QTest::newRow("600 older entries") << six << QString();
+    QTest::newRow("an empty older entry")
+        << QStringList{QStringLiteral("a"), QString()} << QString();
+    QTest::newRow("a 501st entry") << five << QStringLiteral("com.example.new");
+}
+
+// The start takes the older keys as they are; what the user does afterwards must still be
+// there at the next start, which refuses a stored record beyond the limits.
+void TestPreferences::changesSurviveARestartPastTheListLimits()
+{
+    QFETCH(QStringList, older);
+    QFETCH(QString, hide);
+    Fixture f;
+    f.defaults.setStringList(Preferences::legacyHiddenKey, older);
+    auto prefs = f.make();
+    QCOMPARE(prefs->data().hiddenBundles, older);
+    if (hide.isEmpty()) {
+        SettingsData changed = prefs->data();
+        changed.delay = 30;
+        prefs->setData(changed);
+    } else {
+        prefs->setHidden(hide, true);
+    }
+    const SettingsData before = prefs->data();
+    QVERIFY(hide.isEmpty() ? before.delay == 30 : before.hiddenBundles.constLast() == hide);
+    QVERIFY(before.validated().ok());
+    QCOMPARE(f.make()->data(), before.validated().value());
 }
 
 void TestPreferences::exportProposesNameByLanguageAndWritesExportedForm()
@@ -377,6 +419,11 @@ void TestPreferences::loginSwitchShowsWhatTheSystemDid()
     prefs->setLogin(false);
     QVERIFY(prefs->loginEnabled());
     QCOMPARE(prefs->notice(), QStringLiteral("Operation not permitted."));
+    f.login.behaviour().unregisterFailure =
+        Error{QStringLiteral("SMAppServiceErrorDomain"), 1, QString()};
+    prefs->setLogin(false);
+    QCOMPARE(prefs->notice(), QStringLiteral("The operation couldn’t be completed. "
+                                             "(SMAppServiceErrorDomain error 1.)"));
 
     Fixture enabledAtStart;
     QVERIFY(!enabledAtStart.login.registerApp());
@@ -400,6 +447,16 @@ void TestPreferences::autostartEntryLifecycle()
     QVERIFY(!autostart.unregisterApp());
     QVERIFY(!QFile::exists(autostart.entryPath()));
     QVERIFY(!autostart.unregisterApp());
+
+    // An entry that starts another program is not this one's registration.
+    writeFile(autostart.entryPath(), "[Desktop Entry]\nType=Application\nExec=/usr/bin/other\n");
+    QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
+    // A pipe in the entry's place neither blocks the status nor is replaced.
+    QVERIFY(QFile::remove(autostart.entryPath()));
+    QCOMPARE(::mkfifo(QFile::encodeName(autostart.entryPath()).constData(), 0600), 0);
+    QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
+    QVERIFY(autostart.registerApp().has_value());
+    QVERIFY(QFileInfo::exists(autostart.entryPath()) && !QFileInfo(autostart.entryPath()).isFile());
 
     XdgAutostart missing(home.filePath(QStringLiteral("config")),
                          home.filePath(QStringLiteral("no-such-binary")));

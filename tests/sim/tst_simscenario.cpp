@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 using namespace tk;
 
@@ -71,6 +72,35 @@ void TestSimScenario::refusesBadContent_data()
     QTest::newRow("negative place")
         << QByteArray(R"({"tuckaway": {"place": -1}})")
         << u"tuckaway.place: must be a whole number from 0 to 2147483647"_s;
+    QTest::newRow("Tuckaway's pid taken")
+        << QByteArray(R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})")
+        << u"tuckaway.pid: 5 is already the pid of apps[0]"_s;
+    QTest::newRow("repeated key")
+        << QByteArray(R"({"apps": [{"pid": 1, "items": [{}, {"title": "a", "title": "b"}]}]})")
+        << u"apps[0].items[1].title: appears more than once"_s;
+    QTest::newRow("repeated key, escaped")
+        << QByteArray(R"({"trusted": true, "tru\u0073ted": false})")
+        << u"trusted: appears more than once"_s;
+    QTest::newRow("screen too wide")
+        << QByteArray(R"({"screens": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 600}},)"
+                      R"({"frame": {"x": 800, "y": 0, "width": 5000000, "height": 600}}]})")
+        << u"screens[1].frame.width: must be at most 16384"_s;
+    QTest::newRow("item far away")
+        << QByteArray(R"({"apps": [{"pid": 1, "items": [{"position": {"x": 1e300, "y": 0}}]}]})")
+        << u"apps[0].items[0].position.x: must be from -1000000 to 1000000"_s;
+    QTest::newRow("long delay") << QByteArray(R"({"framework": {"delay": 1e9}})")
+                                << u"framework.delay: must be at most 3600"_s;
+    QByteArray wideBar = R"({"apps": [{"pid": 1, "items": [)";
+    for (int i = 0; i < 245; ++i)
+        wideBar += i ? R"(, {"width": 16384})" : R"({"width": 16384})";
+    QTest::newRow("bar too wide")
+        << wideBar + "]}]}"
+        << u"apps[0].items[244].width: the menu-bar items add up to more than 4000000 points"_s;
+    QByteArray screens = R"({"screens": [)";
+    for (int i = 0; i < 17; ++i)
+        screens +=
+            QByteArray(i ? "," : "") + R"({"frame": {"x": 0, "y": 0, "width": 9, "height": 9}})";
+    QTest::newRow("17 screens") << screens + "]}" << u"screens: must hold at most 16 screens"_s;
 }
 
 void TestSimScenario::refusesBadContent()
@@ -103,6 +133,19 @@ void TestSimScenario::refusesFilesItCannotUse()
     result = SimScenarioLoader::load(dir.path());
     QVERIFY(!result);
     QVERIFY(result.error().description.startsWith(dir.path() + u": "_s));
+
+    // A pipe without a writer would block the start for ever.
+    const QString pipe = dir.filePath(u"pipe.json"_s);
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    result = SimScenarioLoader::load(pipe);
+    QVERIFY(!result);
+    QCOMPARE(result.error().description,
+             pipe + u": cannot be read (Not a regular file: a named pipe, a device or a socket)"_s);
+
+    // "--scenario" followed by an empty argument names no file, not the built-in desktop.
+    result = SimScenarioLoader::load(QString());
+    QVERIFY(!result);
+    QCOMPARE(result.error().description, u"\"\": cannot be read (No such file or directory)"_s);
 }
 
 void TestSimScenario::boundsElementCountAndDepth()
@@ -171,6 +214,12 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     QCOMPARE(second.sizeSource, SimElement::Source::Missing);
     QCOMPARE(second.settableError, -25205);
     QCOMPARE(second.children.first().role.string, u"AXButton"_s);
+
+    // Without "tuckaway", this process takes a pid no application has, even past the last.
+    const auto highest = SimScenarioLoader::parse(
+        R"({"apps": [{"pid": 2147483647}, {"pid": 1}, {"pid": 2}]})", u"scenario.json"_s);
+    QVERIFY2(highest, qPrintable(highest ? QString() : highest.error().description));
+    QCOMPARE(highest->ownPid, 3);
 }
 
 void TestSimScenario::builtInDesktopHoldsThePromisedCases()

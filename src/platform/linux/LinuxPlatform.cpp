@@ -14,8 +14,8 @@ namespace tk {
 PlatformOrError createPlatform(const PlatformOptions& options)
 {
     SimScenario scenario = SimScenarioLoader::builtIn();
-    if (!options.scenarioPath.isEmpty()) {
-        auto loaded = SimScenarioLoader::load(options.scenarioPath);
+    if (options.scenarioPath) {
+        auto loaded = SimScenarioLoader::load(*options.scenarioPath);
         if (!loaded)
             return {nullptr, loaded.error().description};
         scenario = std::move(loaded).value();

@@ -1,19 +1,20 @@
 #include "XdgAutostart.h"
 
+#include "core/FileAccess.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace tk {
 
 namespace {
 
-const QString fileErrorDomain = QStringLiteral("Tuckaway.File");
+constexpr qint64 largestEntry = 64 * 1024;
 
 Error fileError(const QString& description)
 {
-    return Error{fileErrorDomain, 1, description};
+    return Error{FileAccess::errorDomain, 1, description};
 }
 
 QString quotedExec(const QString& executable)
@@ -37,6 +38,41 @@ QByteArray entryContent(const QString& executable)
                                         "X-GNOME-Autostart-enabled=true\n")
                              .arg(quotedExec(executable));
     return text.toUtf8();
+}
+
+// The program an Exec value starts: its first argument, unquoted as desktop entries quote.
+QString execProgram(const QString& value)
+{
+    if (!value.startsWith(QLatin1Char('"')))
+        return value.section(QLatin1Char(' '), 0, 0);
+    QString program;
+    for (qsizetype i = 1; i < value.size(); ++i) {
+        if (value.at(i) == QLatin1Char('"'))
+            return program;
+        if (value.at(i) == QLatin1Char('\\') && i + 1 < value.size())
+            ++i;
+        program += value.at(i);
+    }
+    return QString(); // the quote never closes
+}
+
+// The Exec value of the entry's main group; nothing when it has none.
+QString execValue(const QByteArray& content)
+{
+    bool mainGroup = false;
+    for (const QByteArray& line : content.split('\n')) {
+        if (line.startsWith('['))
+            mainGroup = line.trimmed() == "[Desktop Entry]";
+        else if (mainGroup && line.startsWith("Exec="))
+            return QString::fromUtf8(line.mid(5)).trimmed();
+    }
+    return QString();
+}
+
+bool sameFile(const QString& a, const QString& b)
+{
+    const QString canonical = QFileInfo(a).canonicalFilePath();
+    return a == b || (!canonical.isEmpty() && canonical == QFileInfo(b).canonicalFilePath());
 }
 
 } // namespace
@@ -63,11 +99,12 @@ LoginItemService::Status XdgAutostart::status() const
 {
     if (!QFileInfo(m_executable).isExecutable())
         return Status::NotFound;
-    QFile entry(entryPath());
-    if (!entry.open(QIODevice::ReadOnly))
+    // Read only when it is a regular file: a pipe in its place would block.
+    const Result<QByteArray> entry = FileAccess::readRegularFile(entryPath(), largestEntry);
+    if (!entry || !sameFile(execProgram(execValue(entry.value())), m_executable))
         return Status::NotRegistered;
     // Another tool may have switched the entry off without removing it.
-    const QByteArray content = entry.read(64 * 1024);
+    const QByteArray& content = entry.value();
     if (content.contains("\nHidden=true") || content.contains("\nX-GNOME-Autostart-enabled=false"))
         return Status::NotRegistered;
     return Status::Enabled;
@@ -80,12 +117,9 @@ std::optional<Error> XdgAutostart::registerApp()
     const QString folder = QFileInfo(entryPath()).absolutePath();
     if (!QDir().mkpath(folder))
         return fileError(QStringLiteral("The folder “%1” could not be created.").arg(folder));
-    QSaveFile file(entryPath());
-    if (!file.open(QIODevice::WriteOnly))
-        return fileError(file.errorString());
-    file.write(entryContent(m_executable));
-    if (!file.commit())
-        return fileError(file.errorString());
+    if (const auto reason = FileAccess::writeAtomically(entryPath(), entryContent(m_executable)))
+        return fileError(
+            QStringLiteral("The file “%1” couldn’t be saved: %2").arg(entryPath(), *reason));
     return std::nullopt;
 }
 

@@ -7,7 +7,8 @@
 namespace tk {
 
 // Launch at login through an XDG autostart entry: a .desktop file in the user's
-// autostart folder, written atomically on register and removed on unregister.
+// autostart folder, written atomically on register and removed on unregister. It counts as
+// enabled only while it starts this executable and no other tool has switched it off.
 class XdgAutostart final : public LoginItemService {
 public:
     // `configHome` is $XDG_CONFIG_HOME (or ~/.config); `executable` is what the entry runs.

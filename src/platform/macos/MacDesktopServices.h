@@ -20,11 +20,13 @@ public:
     bool isAnyMouseButtonPressed() const override;
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
+    void bringToFront(QWidget& window) override;
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
     void prepareSettingsWindow(QWidget& window) override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    QString bundleVersion() const override;
 
 private:
     struct Private;

@@ -193,6 +193,12 @@ Rect MacDesktopServices::windowFrame(const QWidget& window) const
     return native != nil ? rectOf(native.frame) : Rect::null();
 }
 
+void MacDesktopServices::bringToFront(QWidget& window)
+{
+    window.raise();
+    window.activateWindow();
+}
+
 void MacDesktopServices::setWindowFrameOrigin(QWidget& window, const QPointF& origin)
 {
     [nativeWindow(window) setFrameOrigin:NSMakePoint(origin.x(), origin.y())];
@@ -213,6 +219,17 @@ QString MacDesktopServices::applicationPath() const
 QImage MacDesktopServices::bundleIcon(int pixelSize) const
 {
     return MacAppIcon::bundleIcon(pixelSize);
+}
+
+QString MacDesktopServices::bundleVersion() const
+{
+    @autoreleasepool {
+        NSString* version =
+            [NSBundle.mainBundle objectForInfoDictionaryKey:@"CFBundleShortVersionString"];
+        if (![version isKindOfClass:[NSString class]])
+            return QString();
+        return QString::fromNSString(version);
+    }
 }
 
 } // namespace tk

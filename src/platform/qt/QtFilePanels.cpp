@@ -16,11 +16,13 @@ std::optional<QString> run(QFileDialog& dialog)
 
 } // namespace
 
+// No folder is set: the panel opens where the toolkit puts it (the last one used).
 std::optional<QString> QtFilePanels::chooseSaveLocation(const QString& proposedName)
 {
-    QFileDialog dialog(nullptr, QString(), QDir::home().filePath(proposedName));
+    QFileDialog dialog;
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.selectFile(proposedName);
     return run(dialog);
 }
 

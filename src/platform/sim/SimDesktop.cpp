@@ -16,7 +16,7 @@ struct SimDesktop::Layout {
 
 QString SimDesktop::statusItemDefaultsKey()
 {
-    return u"NSStatusItem Preferred Position "_s + statusItemAutosaveName;
+    return u"NSStatusItem Preferred Position "_s + Identity::statusItemAutosaveName;
 }
 
 SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* parent)
@@ -45,7 +45,7 @@ void SimDesktop::addOwnApplication()
     SimElement item;
     item.role = SimText::of(u"AXMenuBarItem"_s);
     item.description = SimText::of(Identity::name);
-    item.width = statusItemWidth;
+    item.width = Identity::statusItemLength;
     item.actions = QStringList{u"AXPress"_s};
     // A scenario built by hand may give this process a pid that another one already has.
     if (application(m_scenario.ownPid))

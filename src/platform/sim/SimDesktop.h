@@ -34,12 +34,10 @@ class SimDesktop final : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr double menuBarHeight = 24.0;   // on the primary screen
-    static constexpr double statusItemWidth = 30.0; // Tuckaway's own item
+    static constexpr double menuBarHeight = 24.0; // on the primary screen
     static constexpr double menuBarRightMargin = 8.0;
-    static inline const QString statusItemAutosaveName = QStringLiteral("Tuckaway.main");
     // Where the system remembers the status item's place: "NSStatusItem Preferred Position "
-    // followed by the autosave name. The value is the place in decimal.
+    // followed by its autosave name. The value is the place in decimal.
     static QString statusItemDefaultsKey();
 
     // An item standing in the menu bar, right to left.

@@ -1,5 +1,6 @@
 #include "SimDesktopServices.h"
 
+#include "core/Identity.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimStatusItem.h"
 
@@ -108,6 +109,16 @@ void SimDesktopServices::setWindowFrameOrigin(QWidget& window, const QPointF& or
     window.move(qRound(origin.x()), qRound(primaryTop() - (origin.y() + height)));
 }
 
+// Without a display (Qt's offscreen platform) no window stands in front of another, and Qt
+// warns on standard error when asked to raise one.
+void SimDesktopServices::bringToFront(QWidget& window)
+{
+    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+        return;
+    window.raise();
+    window.activateWindow();
+}
+
 QString SimDesktopServices::applicationPath() const
 {
     return QCoreApplication::applicationFilePath();
@@ -117,6 +128,12 @@ QString SimDesktopServices::applicationPath() const
 QImage SimDesktopServices::bundleIcon(int) const
 {
     return {};
+}
+
+// What the build says, as the bundle's information would.
+QString SimDesktopServices::bundleVersion() const
+{
+    return Identity::version;
 }
 
 } // namespace tk

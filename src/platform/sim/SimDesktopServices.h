@@ -28,6 +28,7 @@ public:
     bool isAnyMouseButtonPressed() const override { return m_buttonPressed; }
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
+    void bringToFront(QWidget& window) override;
     Rect windowFrame(const QWidget& window) const override;
     void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override;
     // Qt's windows here are never restored by the system and act on the first click.
@@ -36,6 +37,7 @@ public:
     QPointF windowPointerPosition() const override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    QString bundleVersion() const override;
 
     // What the person and the system do.
     void setPointerPosition(const QPointF& position) { m_pointer = position; }

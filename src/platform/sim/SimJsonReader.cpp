@@ -1,5 +1,7 @@
 #include "SimJsonReader.h"
 
+#include <QJsonDocument>
+#include <QSet>
 #include <QStringList>
 #include <algorithm>
 #include <cmath>
@@ -75,6 +77,106 @@ bool SimJsonReader::boolean(const QJsonObject& object, QLatin1StringView key, co
     return value.toBool();
 }
 
+namespace {
+
+std::optional<QString> outOfRange(double number, SimJsonReader::Range range)
+{
+    using Range = SimJsonReader::Range;
+    if (!std::isfinite(number))
+        return QStringLiteral("must be a finite number");
+    if (range == Range::Coordinate) {
+        if (std::abs(number) <= SimJsonReader::largestCoordinate)
+            return std::nullopt;
+        return QStringLiteral("must be from -%1 to %1")
+            .arg(SimJsonReader::largestCoordinate, 0, 'f', 0);
+    }
+    if (range == Range::PositiveLength && number <= 0.0)
+        return QStringLiteral("must be greater than 0");
+    if (number < 0.0)
+        return QStringLiteral("must not be negative");
+    const double largest =
+        range == Range::Seconds ? SimJsonReader::longestDelay : SimJsonReader::longestLength;
+    if (number > largest)
+        return QStringLiteral("must be at most %1").arg(largest, 0, 'f', 0);
+    return std::nullopt;
+}
+
+// One open object or list while looking for repeated keys.
+struct OpenContainer {
+    bool object = false;
+    QString place;
+    QSet<QString> keys;
+    QString lastKey;
+    qsizetype index = 0;
+    bool expectsKey = true;
+
+    QString placeOfValue() const
+    {
+        return object ? SimJsonReader::member(place, lastKey)
+                      : SimJsonReader::indexed(place, index);
+    }
+};
+
+// The string starting at json[at] (a quote), decoded; `at` ends past its closing quote.
+QString readString(const QByteArray& json, qsizetype& at)
+{
+    const qsizetype start = at;
+    bool escaped = false;
+    for (++at; at < json.size() && json.at(at) != '"'; ++at) {
+        if (json.at(at) == '\\') {
+            escaped = true;
+            ++at;
+        }
+    }
+    ++at;
+    const QByteArray raw = json.mid(start, at - start);
+    if (!escaped)
+        return QString::fromUtf8(raw.mid(1, raw.size() - 2));
+    return QJsonDocument::fromJson('[' + raw + ']').array().at(0).toString();
+}
+
+// Opens and closes containers and tells whether a key comes next, one character at a time.
+void followStructure(QList<OpenContainer>& containers, char c)
+{
+    if (c == '{' || c == '[') {
+        OpenContainer container;
+        container.object = c == '{';
+        container.place = containers.isEmpty() ? QString() : containers.last().placeOfValue();
+        containers.append(std::move(container));
+    } else if (containers.isEmpty()) {
+        return;
+    } else if (c == '}' || c == ']') {
+        containers.removeLast();
+    } else if (c == ':') {
+        containers.last().expectsKey = false;
+    } else if (c == ',') {
+        containers.last().expectsKey = true;
+        ++containers.last().index;
+    }
+}
+
+} // namespace
+
+std::optional<QString> SimJsonReader::repeatedKey(const QByteArray& json)
+{
+    QList<OpenContainer> containers;
+    for (qsizetype at = 0; at < json.size();) {
+        if (json.at(at) != '"') {
+            followStructure(containers, json.at(at++));
+            continue;
+        }
+        const QString text = readString(json, at);
+        if (containers.isEmpty() || !containers.last().object || !containers.last().expectsKey)
+            continue;
+        OpenContainer& current = containers.last();
+        if (current.keys.contains(text))
+            return member(current.place, text);
+        current.keys.insert(text);
+        current.lastKey = text;
+    }
+    return std::nullopt;
+}
+
 double SimJsonReader::number(const QJsonValue& value, const QString& place, Range range)
 {
     if (!value.isDouble()) {
@@ -82,15 +184,11 @@ double SimJsonReader::number(const QJsonValue& value, const QString& place, Rang
         return 0.0;
     }
     const double number = value.toDouble();
-    if (!std::isfinite(number))
-        fail(place, QStringLiteral("must be a finite number"));
-    else if (range == Range::NonNegative && number < 0.0)
-        fail(place, QStringLiteral("must not be negative"));
-    else if (range == Range::Positive && number <= 0.0)
-        fail(place, QStringLiteral("must be greater than 0"));
-    else
-        return number;
-    return 0.0;
+    if (const std::optional<QString> reason = outOfRange(number, range)) {
+        fail(place, *reason);
+        return 0.0;
+    }
+    return number;
 }
 
 double SimJsonReader::number(const QJsonObject& object, QLatin1StringView key, const QString& place,

@@ -15,7 +15,17 @@ namespace tk {
 // fallback, so callers check `ok()` only where going on would waste work.
 class SimJsonReader {
 public:
-    enum class Range { Any, NonNegative, Positive };
+    // What a number stands for, and so the values it may take. The bounds keep every
+    // place, size and sum of sizes finite and every picture of the desktop small.
+    enum class Range {
+        Coordinate,     // a position in points, at most `largestCoordinate` from 0 either way
+        Length,         // a width or height in points, from 0 to `longestLength`
+        PositiveLength, // a screen's width or height: above 0, at most `longestLength`
+        Seconds,        // a delay, from 0 to `longestDelay`
+    };
+    static constexpr double largestCoordinate = 1'000'000.0;
+    static constexpr double longestLength = 16'384.0;
+    static constexpr double longestDelay = 3'600.0;
 
     explicit SimJsonReader(QString fileName) : m_fileName(std::move(fileName)) {}
 
@@ -25,6 +35,10 @@ public:
 
     static QString member(const QString& place, const QString& key);
     static QString indexed(const QString& place, qsizetype index);
+
+    // Where in `json` (valid JSON) an object first repeats a key, as "apps[2].name";
+    // nothing when no object does. A JSON reader keeps only one of the values.
+    static std::optional<QString> repeatedKey(const QByteArray& json);
 
     // Refuses keys other than the known ones, so a misspelt key does not pass unnoticed.
     void expectKeys(const QJsonObject& object, const QString& place,

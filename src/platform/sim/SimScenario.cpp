@@ -1,10 +1,11 @@
 #include "SimScenario.h"
 
+#include "core/FileAccess.h"
 #include "platform/sim/SimJsonReader.h"
 
-#include <QFile>
 #include <QHash>
 #include <QJsonDocument>
+#include <QSet>
 #include <limits>
 
 namespace tk {
@@ -38,9 +39,11 @@ private:
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
     void checkUniquePids(const SimScenario& scenario);
     bool countElement(const QString& place);
+    void addToMenuBar(const SimElement& item, const QString& place);
 
     SimJsonReader m_json;
     int m_elements = 0;
+    double m_menuBarWidth = 0.0; // every application's items together
 };
 
 SimText readText(const QJsonObject& object, QLatin1StringView key)
@@ -107,6 +110,9 @@ QList<SimScreen> ScenarioReader::readScreens(const QJsonObject& root,
     const QJsonArray screens = m_json.array(root, "screens"_L1, QString());
     if (screens.isEmpty())
         m_json.fail(u"screens"_s, u"must hold at least one screen"_s);
+    if (screens.size() > SimScenarioLoader::maximumScreens)
+        m_json.fail(u"screens"_s,
+                    u"must hold at most %1 screens"_s.arg(SimScenarioLoader::maximumScreens));
     QList<SimScreen> result;
     for (qsizetype i = 0; i < screens.size() && m_json.ok(); ++i)
         result.append(readScreen(screens.at(i), SimJsonReader::indexed(u"screens"_s, i)));
@@ -122,13 +128,13 @@ SimScreen ScenarioReader::readScreen(const QJsonValue& value, const QString& pla
         return screen;
     m_json.expectKeys(*object, place, {"frame"_L1, "visibleFrame"_L1});
     screen.frame = readRect(object->value("frame"_L1), SimJsonReader::member(place, u"frame"_s),
-                            Range::Positive);
+                            Range::PositiveLength);
     screen.visibleFrame = screen.frame;
     screen.visibleFrame.height = qMax(0.0, screen.frame.height - defaultMenuBarHeight);
     if (object->contains("visibleFrame"_L1))
         screen.visibleFrame =
             readRect(object->value("visibleFrame"_L1),
-                     SimJsonReader::member(place, u"visibleFrame"_s), Range::NonNegative);
+                     SimJsonReader::member(place, u"visibleFrame"_s), Range::Length);
     return screen;
 }
 
@@ -143,8 +149,8 @@ Rect ScenarioReader::readRect(const QJsonValue& value, const QString& place, Ran
         if (!object->contains(key))
             m_json.fail(SimJsonReader::member(place, key), u"is required"_s);
     }
-    rect.x = m_json.number(*object, "x"_L1, place, 0.0, Range::Any);
-    rect.y = m_json.number(*object, "y"_L1, place, 0.0, Range::Any);
+    rect.x = m_json.number(*object, "x"_L1, place, 0.0, Range::Coordinate);
+    rect.y = m_json.number(*object, "y"_L1, place, 0.0, Range::Coordinate);
     rect.width = m_json.number(*object, "width"_L1, place, 0.0, sizeRange);
     rect.height = m_json.number(*object, "height"_L1, place, 0.0, sizeRange);
     return rect;
@@ -168,7 +174,7 @@ SimApplication ScenarioReader::readApplication(const QJsonValue& value, const QS
     app.pid = qint32(pid.value_or(0));
     app.bundleIdentifier = m_json.optionalString(*object, "bundle"_L1, place);
     app.name = m_json.optionalString(*object, "name"_L1, place);
-    app.responseDelay = m_json.number(*object, "responseDelay"_L1, place, 0.0, Range::NonNegative);
+    app.responseDelay = m_json.number(*object, "responseDelay"_L1, place, 0.0, Range::Seconds);
     app.answersBeforeHanging =
         m_json.integer(*object, "answersBeforeHanging"_L1, place, 0, int32Max);
     app.hasExtrasMenuBar = m_json.boolean(*object, "extrasMenuBar"_L1, place, true);
@@ -176,8 +182,11 @@ SimApplication ScenarioReader::readApplication(const QJsonValue& value, const QS
     const QJsonArray items = m_json.array(*object, "items"_L1, place);
     if (!app.hasExtrasMenuBar && !items.isEmpty())
         m_json.fail(itemsPlace, u"must be empty for an application without extras menu bar"_s);
-    for (qsizetype i = 0; i < items.size() && m_json.ok(); ++i)
-        app.items.append(readElement(items.at(i), SimJsonReader::indexed(itemsPlace, i), 1));
+    for (qsizetype i = 0; i < items.size() && m_json.ok(); ++i) {
+        const QString itemPlace = SimJsonReader::indexed(itemsPlace, i);
+        app.items.append(readElement(items.at(i), itemPlace, 1));
+        addToMenuBar(app.items.constLast(), itemPlace);
+    }
     return app;
 }
 
@@ -197,7 +206,7 @@ SimElement ScenarioReader::readElement(const QJsonValue& value, const QString& p
     element.title = readText(*object, "title"_L1);
     element.description = readText(*object, "description"_L1);
     readGeometry(*object, place, element);
-    element.width = m_json.number(*object, "width"_L1, place, element.width, Range::NonNegative);
+    element.width = m_json.number(*object, "width"_L1, place, element.width, Range::Length);
     element.actions = readActions(*object);
     element.positionSettable = m_json.boolean(*object, "positionSettable"_L1, place, false);
     element.settableError =
@@ -228,7 +237,7 @@ void ScenarioReader::readGeometry(const QJsonObject& object, const QString& plac
             element.positionSource = element.sizeSource = Source::Missing;
             return;
         }
-        const Rect rect = readRect(frame, framePlace, Range::NonNegative);
+        const Rect rect = readRect(frame, framePlace, Range::Length);
         element.positionSource = element.sizeSource = Source::Given;
         element.position = QPointF(rect.x, rect.y);
         element.size = QSizeF(rect.width, rect.height);
@@ -243,8 +252,8 @@ void ScenarioReader::readGeometry(const QJsonObject& object, const QString& plac
             m_json.expectKeys(*point, positionPlace, {"x"_L1, "y"_L1});
             element.positionSource = Source::Given;
             element.position =
-                QPointF(m_json.number(*point, "x"_L1, positionPlace, 0.0, Range::Any),
-                        m_json.number(*point, "y"_L1, positionPlace, 0.0, Range::Any));
+                QPointF(m_json.number(*point, "x"_L1, positionPlace, 0.0, Range::Coordinate),
+                        m_json.number(*point, "y"_L1, positionPlace, 0.0, Range::Coordinate));
         }
     }
     const QJsonValue size = object.value("size"_L1);
@@ -256,8 +265,8 @@ void ScenarioReader::readGeometry(const QJsonObject& object, const QString& plac
             m_json.expectKeys(*extent, sizePlace, {"width"_L1, "height"_L1});
             element.sizeSource = Source::Given;
             element.size =
-                QSizeF(m_json.number(*extent, "width"_L1, sizePlace, 0.0, Range::NonNegative),
-                       m_json.number(*extent, "height"_L1, sizePlace, 0.0, Range::NonNegative));
+                QSizeF(m_json.number(*extent, "width"_L1, sizePlace, 0.0, Range::Length),
+                       m_json.number(*extent, "height"_L1, sizePlace, 0.0, Range::Length));
         }
     }
 }
@@ -282,7 +291,7 @@ SimFrameworkBehaviour ScenarioReader::readFramework(const QJsonObject& root)
     behaviour.errorDescription = m_json.string(*object, "errorDescription"_L1, place, QString());
     behaviour.exceptionName = m_json.string(*object, "exceptionName"_L1, place, QString());
     behaviour.exceptionReason = m_json.string(*object, "exceptionReason"_L1, place, QString());
-    behaviour.delaySeconds = m_json.number(*object, "delay"_L1, place, 0.0, Range::NonNegative);
+    behaviour.delaySeconds = m_json.number(*object, "delay"_L1, place, 0.0, Range::Seconds);
     return behaviour;
 }
 
@@ -331,16 +340,21 @@ SimLoginItems::Behaviour ScenarioReader::readLoginItem(const QJsonObject& root)
     return behaviour;
 }
 
-// Left out, this process is the newest one and its item stands leftmost of all.
+// Left out, this process is the newest one (or has the lowest free pid when the newest
+// has the highest there is) and its item stands leftmost of all.
 void ScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& scenario)
 {
     qint32 newest = 0;
     int barItems = 0;
+    QSet<qint32> taken;
     for (const SimApplication& app : std::as_const(scenario.applications)) {
         newest = qMax(newest, app.pid);
         barItems += int(app.items.size());
+        taken.insert(app.pid);
     }
     scenario.ownPid = newest < int32Max ? newest + 1 : 1;
+    while (taken.contains(scenario.ownPid))
+        ++scenario.ownPid;
     scenario.statusItemPlace = barItems;
     if (!root.contains("tuckaway"_L1))
         return;
@@ -372,6 +386,17 @@ void ScenarioReader::checkUniquePids(const SimScenario& scenario)
                     u"%1 is already the pid of apps[%2]"_s.arg(scenario.ownPid).arg(*owner));
 }
 
+// The bar lays items out side by side, so their widths add up; bounded, the sum stays a
+// finite place and the picture of the bar a reasonable size.
+void ScenarioReader::addToMenuBar(const SimElement& item, const QString& place)
+{
+    m_menuBarWidth += item.width;
+    if (m_menuBarWidth > SimScenarioLoader::longestMenuBar)
+        m_json.fail(SimJsonReader::member(place, u"width"_s),
+                    u"the menu-bar items add up to more than %1 points"_s.arg(
+                        SimScenarioLoader::longestMenuBar, 0, 'f', 0));
+}
+
 // Applications and their elements together; a bound on the work a file can cause.
 bool ScenarioReader::countElement(const QString& place)
 {
@@ -394,21 +419,18 @@ QString textPlace(const QByteArray& json, qsizetype offset)
 
 namespace SimScenarioLoader {
 
+// Only a regular file is read: a pipe could block the start for ever, a device never end.
 Result<SimScenario> load(const QString& path)
 {
-    QFile file(path);
-    SimJsonReader reader(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        reader.fail(QString(), u"cannot be read (%1)"_s.arg(file.errorString()));
-        return reader.error();
-    }
-    // Read with a bound rather than trusting the size: devices and pipes report none.
-    const QByteArray json = file.read(maximumFileBytes + 1);
-    if (json.size() > maximumFileBytes) {
+    const Result<QByteArray> json = FileAccess::readRegularFile(path, maximumFileBytes);
+    if (json)
+        return parse(json.value(), path);
+    SimJsonReader reader(path.isEmpty() ? u"\"\""_s : path);
+    if (json.error().code == qint64(FileAccess::Problem::TooLarge))
         reader.fail(QString(), u"is larger than %1 MiB"_s.arg(maximumFileBytes / (1024 * 1024)));
-        return reader.error();
-    }
-    return parse(json, path);
+    else
+        reader.fail(QString(), u"cannot be read (%1)"_s.arg(json.error().description));
+    return reader.error();
 }
 
 Result<SimScenario> parse(const QByteArray& json, const QString& fileName)
@@ -421,7 +443,16 @@ Result<SimScenario> parse(const QByteArray& json, const QString& fileName)
                     u"not valid JSON (%1)"_s.arg(parseError.errorString()));
         return reader.error();
     }
-    return ScenarioReader(fileName).read(document);
+    Result<SimScenario> scenario = ScenarioReader(fileName).read(document);
+    // A JSON reader keeps one value of a repeated key; which one a person meant is unclear.
+    // Looked for once the file has kept within its bounds, so the search is bounded too.
+    const std::optional<QString> repeated =
+        scenario ? SimJsonReader::repeatedKey(json) : std::nullopt;
+    if (!repeated)
+        return scenario;
+    SimJsonReader reader(fileName);
+    reader.fail(*repeated, u"appears more than once"_s);
+    return reader.error();
 }
 
 SimScenario builtIn()

@@ -98,7 +98,8 @@ struct SimScenario {
 
 // Reads scenario files. Scenarios are nested JSON (children are held, not referenced),
 // so a cyclic tree cannot be written; sizes are bounded instead. Every key is optional
-// except an application's "pid"; unknown keys are refused so that a misspelling shows.
+// except an application's "pid"; unknown and repeated keys are refused so that a
+// misspelling or a slip shows. Places, sizes and delays are bounded (`SimJsonReader::Range`).
 //   { "osVersion": "...", "trusted": true,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
 //     "tuckaway": {"pid": 900, "place": 3},
@@ -116,6 +117,8 @@ namespace SimScenarioLoader {
 constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
 constexpr int maximumElements = 100000; // applications and their elements, all together
 constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
+constexpr int maximumScreens = 16;
+constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together
 
 // Fails with "<file>: <place>: <reason>", e.g.
 // "scenario.json: apps[3].items[0].frame.width: must not be negative".
