@@ -11,6 +11,7 @@ packages=(
     cmake g++ make pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libxcb1-dev libbenchmark-dev fonts-dejavu-core xvfb xauth
+    clang libclang-rt-14-dev valgrind
 )
 
 missing=()

@@ -12,6 +12,8 @@ namespace tk {
 SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
     : DesktopServices(parent), m_desktop(desktop)
 {
+    for (const SimScreen& screen : m_desktop.screens())
+        m_screens.append({screen.frame, screen.visibleFrame});
     connect(&m_desktop, &SimDesktop::applicationLaunched, this,
             &DesktopServices::applicationLaunched);
     connect(&m_desktop, &SimDesktop::applicationTerminated, this,
@@ -30,18 +32,14 @@ void SimDesktopServices::activateApplication(qint32 pid)
 
 QList<ScreenInfo> SimDesktopServices::screens() const
 {
-    QList<ScreenInfo> result;
-    for (const SimScreen& screen : m_desktop.screens())
-        result.append({screen.frame, screen.visibleFrame});
-    return result;
+    return m_screens;
 }
 
 std::optional<ScreenInfo> SimDesktopServices::mainScreen() const
 {
-    const QList<ScreenInfo> all = screens();
-    if (all.isEmpty())
+    if (m_screens.isEmpty())
         return std::nullopt;
-    return all.first();
+    return m_screens.first();
 }
 
 std::unique_ptr<StatusItem> SimDesktopServices::createStatusItem(double length,
