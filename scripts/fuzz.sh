@@ -17,7 +17,7 @@ if [ -z "$compiler" ]; then
 fi
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER="$compiler" \
     -DTUCKAWAY_FUZZ=ON -DBUILD_TESTING=OFF >/dev/null
-targets=$(sed -n 's/^tk_add_fuzzer(\(fuzz_[a-z_]*\).*/\1/p' "$root/fuzz/CMakeLists.txt")
+targets=$(sed -n 's/^tk_add_fuzzer(\(fuzz_[a-z0-9_]*\).*/\1/p' "$root/fuzz/CMakeLists.txt")
 # shellcheck disable=SC2086
 cmake --build "$build" --parallel "$jobs" --target $targets
 

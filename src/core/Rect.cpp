@@ -76,19 +76,16 @@ bool appendSmallWholeNumber(QString& out, double value)
 {
     if (!(std::abs(value) < 10000.0) || value != std::trunc(value))
         return false;
-    int whole = int(value);
-    if (whole < 0) {
-        out += QLatin1Char('-');
-        whole = -whole;
-    }
-    std::array<char16_t, 4> digits{};
-    std::size_t count = 0;
+    int whole = int(std::abs(value));
+    std::array<QChar, 5> text{}; // a sign and four digits, filled from the end
+    std::size_t first = text.size();
     do {
-        digits[count++] = char16_t(u'0' + whole % 10);
+        text[--first] = QChar(char16_t(u'0' + whole % 10));
         whole /= 10;
     } while (whole != 0);
-    while (count > 0)
-        out += QChar(digits[--count]);
+    if (value < 0)
+        text[--first] = QLatin1Char('-');
+    out.append(text.data() + first, qsizetype(text.size() - first));
     return true;
 }
 
@@ -106,15 +103,15 @@ QString Rect::text() const
 {
     QString out;
     out.reserve(32);
-    out += QLatin1String("{{");
+    out += u"{{";
     appendShortestNumber(out, x);
-    out += QLatin1String(", ");
+    out += u", ";
     appendShortestNumber(out, y);
-    out += QLatin1String("}, {");
+    out += u"}, {";
     appendShortestNumber(out, width);
-    out += QLatin1String(", ");
+    out += u", ";
     appendShortestNumber(out, height);
-    out += QLatin1String("}}");
+    out += u"}}";
     return out;
 }
 
