@@ -14,7 +14,7 @@ packages=(
     cmake g++ make pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libxcb1-dev libbenchmark-dev fonts-dejavu-core xvfb xauth
-    clang libc++-14-dev libc++abi-14-dev python3
+    clang libc++-14-dev libc++abi-14-dev libclang-rt-14-dev python3 valgrind
 )
 
 missing=()

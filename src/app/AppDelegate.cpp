@@ -148,7 +148,10 @@ void AppDelegate::observe()
 
 void AppDelegate::scheduleInteractionTimer()
 {
-    m_interactionTimer = m_platform.time().createTimer([this] { later([this] { tick(); }); });
+    connect(this, &AppDelegate::interactionTimerFired, this, &AppDelegate::tick,
+            Qt::QueuedConnection);
+    m_interactionTimer =
+        m_platform.time().createTimer([this] { Q_EMIT interactionTimerFired(QPrivateSignal()); });
     m_interactionTimer->start(interactionInterval, true);
 }
 

@@ -92,6 +92,9 @@ public:
 Q_SIGNALS:
     // The application should end with this exit code; the quit sequence follows.
     void quitRequested(int exitCode);
+    // The interaction timer fired: `tick` runs on a later turn of the main thread. A queued
+    // connection carries it, which costs one posted event and nothing else per tick.
+    void interactionTimerFired(QPrivateSignal);
 
 private:
     // Launch steps.

@@ -196,10 +196,12 @@ void AppDelegate::tick()
 // button held.
 void AppDelegate::runCountdown(double current, const QPointF& pointer)
 {
-    const SettingsData record = m_preferences.data();
+    const SettingsData& record = m_preferences.data();
     if (!record.autoCollapse || m_visibility.active() || m_visibility.pending() || !m_expandedAt)
         return;
-    for (const ScreenInfo& screen : m_desktop.screens()) {
+    // Read through a const list: iterating the returned copy directly would detach it.
+    const QList<ScreenInfo> screens = m_desktop.screens();
+    for (const ScreenInfo& screen : screens) {
         if (inMenuBarBand(screen.frame, pointer, menuBarBandHeight)) {
             m_expandedAt = current;
             return;

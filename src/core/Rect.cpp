@@ -2,6 +2,7 @@
 
 #include <QLocale>
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -69,17 +70,58 @@ double Rect::maxY() const
     return r.y + r.height;
 }
 
+namespace {
+
+// Whole numbers of at most four digits read the same in every form, and they are nearly
+// every coordinate a screen has: written digit by digit, without the general conversion.
+bool appendSmallWholeNumber(QString& out, double value)
+{
+    if (!(std::abs(value) < 10000.0) || value != std::trunc(value))
+        return false;
+    int whole = int(std::abs(value));
+    std::array<QChar, 5> text{}; // a sign and four digits, filled from the end
+    std::size_t first = text.size();
+    do {
+        text[--first] = QChar(char16_t(u'0' + whole % 10));
+        whole /= 10;
+    } while (whole != 0);
+    if (value < 0)
+        text[--first] = QLatin1Char('-');
+    out.append(text.data() + first, qsizetype(text.size() - first));
+    return true;
+}
+
+void appendShortestNumber(QString& out, double value)
+{
+    if (value == 0.0)
+        out += QLatin1Char('0'); // -0 as well
+    else if (!appendSmallWholeNumber(out, value))
+        out += QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
+} // namespace
+
 QString Rect::text() const
 {
-    return QStringLiteral("{{%1, %2}, {%3, %4}}")
-        .arg(shortestNumber(x), shortestNumber(y), shortestNumber(width), shortestNumber(height));
+    QString out;
+    out.reserve(32);
+    out += u"{{";
+    appendShortestNumber(out, x);
+    out += u", ";
+    appendShortestNumber(out, y);
+    out += u"}, {";
+    appendShortestNumber(out, width);
+    out += u", ";
+    appendShortestNumber(out, height);
+    out += u"}}";
+    return out;
 }
 
 QString shortestNumber(double value)
 {
-    if (value == 0.0)
-        return QStringLiteral("0"); // -0 as well
-    return QString::number(value, 'g', QLocale::FloatingPointShortest);
+    QString out;
+    appendShortestNumber(out, value);
+    return out;
 }
 
 } // namespace tk

@@ -2,6 +2,9 @@
 
 #include "core/Time.h"
 
+#include <algorithm>
+#include <array>
+
 namespace tk {
 
 namespace AXScanner {
@@ -27,10 +30,18 @@ bool isAccessibilityValue(const AXAttribute& attribute)
            readsAs(attribute, AXAttribute::Kind::OtherValue);
 }
 
-QString escaped(const QString& name)
+bool needsEscape(QChar c)
 {
-    QString out;
-    out.reserve(name.size() + 2);
+    return c == u'\\' || c == u'"' || c.unicode() < 0x20 || c.unicode() == 0x7f;
+}
+
+void appendEscaped(QString& out, const QString& name)
+{
+    // Action names are nearly always plain: copied whole.
+    if (std::none_of(name.cbegin(), name.cend(), needsEscape)) {
+        out += name;
+        return;
+    }
     for (const QChar c : name) {
         switch (c.unicode()) {
         case '\\':
@@ -58,8 +69,44 @@ QString escaped(const QString& name)
                 out += c;
         }
     }
-    return out;
 }
+
+void appendActionList(QString& out, const QStringList& actions)
+{
+    out += QLatin1Char('[');
+    for (qsizetype i = 0; i < actions.size(); ++i) {
+        if (i > 0)
+            out += QLatin1String(", ");
+        out += QLatin1Char('"');
+        appendEscaped(out, actions.at(i));
+        out += QLatin1Char('"');
+    }
+    out += QLatin1Char(']');
+}
+
+// Where an element stands below the extras menu bar: its index among its siblings at
+// each level. Turned into text only for the elements that become items.
+struct Path {
+    std::array<qsizetype, deepestLevel> indices{};
+    int depth = 0;
+
+    Path child(qsizetype index) const
+    {
+        Path next = *this;
+        next.indices[std::size_t(depth)] = index;
+        ++next.depth;
+        return next;
+    }
+
+    void appendTo(QString& out) const
+    {
+        out += QLatin1String("extras");
+        for (int i = 0; i < depth; ++i) {
+            out += QLatin1Char('.');
+            out += QString::number(indices[std::size_t(i)]);
+        }
+    }
+};
 
 // The state of one scan: everything belongs to the one call.
 class Walk {
@@ -82,15 +129,24 @@ public:
         if (!readsAs(extras, AXAttribute::Kind::Element) || !extras.element)
             return;
         m_app = &app;
+        m_appName = app.name.value_or(QStringLiteral("App"));
+        m_idPrefix = app.bundle.value_or(QString::number(app.pid)) + QLatin1Char(':');
         m_counter = 0;
-        visit(extras.element, 0, QStringLiteral("extras"));
+        visit(extras.element, 0, Path{});
+    }
+
+    void addLine(const QString& line)
+    {
+        if (!report.isEmpty())
+            report += QLatin1Char('\n');
+        report += line;
     }
 
     QList<ExternalItem> items;
-    QStringList lines;
+    QString report; // one line per item, after the header
 
 private:
-    void visit(const AXElementRef& element, int level, const QString& path)
+    void visit(const AXElementRef& element, int level, const Path& path)
     {
         if (pastDeadline() || level > deepestLevel || m_counter > elementsPerApplication - 1)
             return;
@@ -107,7 +163,7 @@ private:
         if (!readsAs(children, AXAttribute::Kind::ElementList))
             return;
         for (qsizetype i = 0; i < children.elements.size(); ++i)
-            visit(children.elements[i], level + 1, path + QLatin1Char('.') + QString::number(i));
+            visit(children.elements[i], level + 1, path.child(i));
     }
 
     static QString stringOf(const AXAttribute& attribute)
@@ -126,7 +182,7 @@ private:
         return QStringLiteral("Icono sin etiqueta");
     }
 
-    void record(const AXElementRef& element, const QString& path)
+    void record(const AXElementRef& element, const Path& path)
     {
         ExternalItem item;
         item.title = titleOf(element);
@@ -134,29 +190,40 @@ private:
         const AXSettable settable = m_ax.isAttributeSettable(element, positionAttribute);
         item.frame = frame(m_ax, element);
         item.bundleID = m_app->bundle;
-        item.app = m_app->name.value_or(QStringLiteral("App"));
-        item.id = m_app->bundle.value_or(QString::number(m_app->pid)) + QLatin1Char(':') + path +
-                  QLatin1Char(':') + item.title;
+        item.app = m_appName;
+        item.id.reserve(m_idPrefix.size() + 16 + item.title.size());
+        item.id += m_idPrefix;
+        path.appendTo(item.id);
+        item.id += QLatin1Char(':');
+        item.id += item.title;
         item.element = element;
         item.positionWritable = settable.settable && settable.error == AXResult::success;
-        lines << reportLine(item, settable);
+        appendReportLine(item, settable);
         items << std::move(item);
     }
 
-    static QString reportLine(const ExternalItem& item, const AXSettable& settable)
+    void appendReportLine(const ExternalItem& item, const AXSettable& settable)
     {
-        return item.app + QStringLiteral(" / ") + item.title + QStringLiteral(": acciones=") +
-               actionListText(item.actions) + QStringLiteral("; posición modificable=") +
-               (settable.settable ? QStringLiteral("true") : QStringLiteral("false")) +
-               QStringLiteral("; consulta=") + QString::number(settable.error) +
-               QStringLiteral("; frame=") +
-               (item.frame ? item.frame->text() : QStringLiteral("nil"));
+        report += QLatin1Char('\n');
+        report += item.app;
+        report += QLatin1String(" / ");
+        report += item.title;
+        report += QLatin1String(": acciones=");
+        appendActionList(report, item.actions);
+        report += u"; posición modificable=";
+        report += settable.settable ? QLatin1String("true") : QLatin1String("false");
+        report += QLatin1String("; consulta=");
+        report += QString::number(settable.error);
+        report += QLatin1String("; frame=");
+        report += item.frame ? item.frame->text() : QStringLiteral("nil");
     }
 
     Accessibility& m_ax;
     const TimeSource& m_time;
     const double m_deadline;
     const ScanApp* m_app = nullptr;
+    QString m_appName;
+    QString m_idPrefix; // bundle (or decimal pid) and ":"
     int m_counter = 0;
 };
 
@@ -166,20 +233,20 @@ ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment)
 {
     Walk walk(environment);
     const QDateTime started = environment.time.currentDateTime().toUTC();
-    walk.lines << QStringLiteral("Fecha: ") + started.toString(Qt::ISODate)
-               << QStringLiteral("macOS ") + environment.operatingSystemVersion
-               << QStringLiteral("Accessibility autorizado: sí");
+    walk.addLine(QStringLiteral("Fecha: ") + started.toString(Qt::ISODate));
+    walk.addLine(QStringLiteral("macOS ") + environment.operatingSystemVersion);
+    walk.addLine(QStringLiteral("Accessibility autorizado: sí"));
     for (const ScanApp& app : apps) {
         if (walk.pastDeadline()) {
-            walk.lines << QStringLiteral("Exploración parcial: se alcanzó el límite de tiempo.");
+            walk.addLine(QStringLiteral("Exploración parcial: se alcanzó el límite de tiempo."));
             break;
         }
         walk.scanApplication(app);
     }
-    walk.lines << QStringLiteral("Detectados: ") + QString::number(walk.items.size()) +
-                      QStringLiteral(". No se ha modificado ningún icono externo. La ausencia de "
-                                     "resultados no demuestra ausencia de iconos.");
-    return {std::move(walk.items), walk.lines.join(QLatin1Char('\n'))};
+    walk.addLine(QStringLiteral("Detectados: ") + QString::number(walk.items.size()) +
+                 QStringLiteral(". No se ha modificado ningún icono externo. La ausencia de "
+                                "resultados no demuestra ausencia de iconos."));
+    return {std::move(walk.items), std::move(walk.report)};
 }
 
 std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& element)
@@ -198,11 +265,9 @@ std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& elem
 
 QString actionListText(const QStringList& actions)
 {
-    QStringList quoted;
-    quoted.reserve(actions.size());
-    for (const QString& name : actions)
-        quoted << QLatin1Char('"') + escaped(name) + QLatin1Char('"');
-    return QLatin1Char('[') + quoted.join(QStringLiteral(", ")) + QLatin1Char(']');
+    QString text;
+    appendActionList(text, actions);
+    return text;
 }
 
 } // namespace AXScanner

@@ -9,11 +9,6 @@ namespace tk {
 
 using namespace Qt::StringLiterals;
 
-struct SimDesktop::Layout {
-    QList<BarItem> bar; // visible items, right to left
-    QHash<qint32, QList<std::optional<Rect>>> frames;
-};
-
 QString SimDesktop::statusItemDefaultsKey()
 {
     return u"NSStatusItem Preferred Position "_s + Identity::statusItemAutosaveName;
@@ -161,7 +156,7 @@ bool SimDesktop::isItemVisible(qint32 pid, int index) const
 
 QList<SimDesktop::BarItem> SimDesktop::visibleMenuBarItems() const
 {
-    return layout().bar;
+    return m_layout.bar;
 }
 
 Rect SimDesktop::menuBarFrame() const
@@ -193,7 +188,7 @@ void SimDesktop::setStatusItemPlace(int place)
 // just left of the item it lands beside stay left of it.
 void SimDesktop::moveStatusItem(double x)
 {
-    const Layout current = layout();
+    const Layout& current = m_layout;
     int place = 0;
     int fullIndex = 0;
     for (const auto& app : m_running) {
@@ -210,7 +205,10 @@ void SimDesktop::moveStatusItem(double x)
 
 std::optional<Rect> SimDesktop::statusItemFrame() const
 {
-    return layout().frames.value(ownPid()).value(0);
+    const auto own = m_layout.frames.constFind(ownPid());
+    if (own == m_layout.frames.cend() || own->isEmpty())
+        return std::nullopt;
+    return own->first();
 }
 
 Rect SimDesktop::toAccessibilitySpace(const Rect& screenRect) const
@@ -229,7 +227,7 @@ Rect SimDesktop::toScreenSpace(const Rect& accessibilityRect) const
 
 // Right to left from the primary screen's right edge: every application's items in launch
 // order, this process's item inserted after `m_place` of them. Hidden items leave no gap.
-SimDesktop::Layout SimDesktop::layout() const
+SimDesktop::Layout SimDesktop::computeLayout() const
 {
     struct Slot {
         const SimApplication* app;
@@ -268,7 +266,8 @@ SimDesktop::Layout SimDesktop::layout() const
 
 void SimDesktop::republish()
 {
-    const Layout current = layout();
+    m_layout = computeLayout();
+    const Layout& current = m_layout;
     auto world = std::make_shared<SimWorldState>();
     for (const auto& app : m_running) {
         auto state = std::make_shared<SimApplicationState>();

@@ -112,12 +112,16 @@ signals:
     void frameworkBehaviourChanged();
 
 private:
-    struct Layout;
+    struct Layout {
+        QList<BarItem> bar; // visible items, right to left
+        QHash<qint32, QList<std::optional<Rect>>> frames;
+    };
 
     void addOwnApplication();
     bool allows(const SimApplication& app) const;
     int barItemCount() const;
-    Layout layout() const;
+    Layout computeLayout() const;
+    // Lays the bar out afresh and publishes the new world; after every change.
     void republish();
     qint32 freshPid() const;
 
@@ -126,6 +130,7 @@ private:
     QList<std::shared_ptr<const SimApplication>> m_running;
     std::optional<QSet<QString>> m_allowList;
     int m_place = 0;
+    Layout m_layout; // as of the last change: reads between changes cost nothing
     std::atomic<bool> m_trusted{true};
     std::atomic<int> m_trustPrompts{0};
     // Read and replaced only through std::atomic_load and std::atomic_store: libc++ has

@@ -18,6 +18,8 @@ namespace tk {
 SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
     : DesktopServices(parent), m_desktop(desktop)
 {
+    for (const SimScreen& screen : m_desktop.screens())
+        m_screens.append({screen.frame, screen.visibleFrame});
     connect(&m_desktop, &SimDesktop::applicationLaunched, this,
             &DesktopServices::applicationLaunched);
     connect(&m_desktop, &SimDesktop::applicationTerminated, this,
@@ -36,10 +38,7 @@ void SimDesktopServices::activateApplication(qint32 pid)
 
 QList<ScreenInfo> SimDesktopServices::screens() const
 {
-    QList<ScreenInfo> result;
-    for (const SimScreen& screen : m_desktop.screens())
-        result.append({screen.frame, screen.visibleFrame});
-    return result;
+    return m_screens;
 }
 
 // The user works where windows appear.

@@ -65,6 +65,7 @@ private:
     double primaryTop() const;
 
     SimDesktop& m_desktop;
+    QList<ScreenInfo> m_screens; // the simulated screens never change
     QPointF m_pointer;
     bool m_buttonPressed = false;
     bool m_accessory = false;

@@ -64,10 +64,9 @@ void VirtualTimeSource::advance(double seconds)
 {
     const double target = now() + seconds;
     while (!m_queue.empty() && m_queue.begin()->first <= target) {
-        auto next = m_queue.begin();
-        VirtualTimer* timer = next->second;
-        m_now.store(std::max(now(), next->first));
-        m_queue.erase(next);
+        m_spare = m_queue.extract(m_queue.begin());
+        VirtualTimer* timer = m_spare.mapped();
+        m_now.store(std::max(now(), m_spare.key()));
         timer->fire();
     }
     m_now.store(std::max(now(), target));
@@ -94,7 +93,13 @@ std::optional<double> VirtualTimeSource::nextDue() const
 
 void VirtualTimeSource::schedule(VirtualTimer* timer, double due)
 {
-    m_queue.emplace(due, timer);
+    if (m_spare.empty()) {
+        m_queue.emplace(due, timer);
+        return;
+    }
+    m_spare.key() = due;
+    m_spare.mapped() = timer;
+    m_queue.insert(std::move(m_spare));
 }
 
 void VirtualTimeSource::unschedule(VirtualTimer* timer)

@@ -38,6 +38,9 @@ private:
     QDateTime m_start;
     std::atomic<double> m_now{0.0};
     std::multimap<double, VirtualTimer*> m_queue;
+    // The entry of the timer fired last, kept for its next scheduling: a repeating timer
+    // then runs without allocating.
+    std::multimap<double, VirtualTimer*>::node_type m_spare;
 };
 
 } // namespace tk
