@@ -34,6 +34,7 @@ for target in $targets; do
     case "$name" in
         settings | import) seeds=("$root/fuzz/corpus/settings") ;;
         scenario) seeds=("$root/src/platform/sim/scenarios") ;;
+        script) seeds=("$root/tests/simulator/scripts" "$root/src/simulator/scripts") ;;
         *) [ -d "$root/fuzz/corpus/$name" ] && seeds=("$root/fuzz/corpus/$name") ;;
     esac
     echo "== $target: ${seconds}s =="

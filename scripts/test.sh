@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite three times: plain (gcc), with AddressSanitizer and
-# UndefinedBehaviorSanitizer, and built with clang; then parses every file with clang and
-# libc++, as Apple's toolchain does. Fails when any of them fails.
+# UndefinedBehaviorSanitizer, and built with clang; parses every file with clang and libc++,
+# as Apple's toolchain does; runs the threaded tests under ThreadSanitizer; and gives every
+# fuzzer a short smoke run (FUZZ_SECONDS each, default 30). Fails when any of them fails.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
@@ -23,6 +24,10 @@ echo "== Clang build =="
 ctest --test-dir "$root/build-clang" --output-on-failure || status=1
 echo "== Parse with clang and libc++ =="
 "$root/scripts/setup.sh" libcxx || status=1
+echo "== ThreadSanitizer run of the threaded tests =="
+"$root/scripts/tsan.sh" || status=1
+echo "== Fuzzing smoke run =="
+"$root/scripts/fuzz.sh" "${FUZZ_SECONDS:-30}" || status=1
 if [ "$status" -ne 0 ]; then
     echo "Tests failed." >&2
 fi
