@@ -6,6 +6,8 @@
 #   scripts/fuzz.sh 600        a longer run: ten minutes per target
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+# Where ccache is installed, builds of any clone of the repository share its cache.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$root}" CCACHE_NOHASHDIR="${CCACHE_NOHASHDIR:-1}"
 seconds="${1:-30}"
 build="$root/build-fuzz"
 jobs="$(nproc 2>/dev/null || echo 2)"

@@ -8,6 +8,8 @@
 #                               standard library of Apple's toolchain, in build-libcxx/
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+# Where ccache is installed, builds of any clone of the repository share its cache.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$root}" CCACHE_NOHASHDIR="${CCACHE_NOHASHDIR:-1}"
 flavour="${1:-plain}"
 
 packages=(

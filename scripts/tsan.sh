@@ -4,6 +4,8 @@
 # ThreadSanitizer in build-tsan/, and runs them. Fails on any reported race.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+# Where ccache is installed, builds of any clone of the repository share its cache.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$root}" CCACHE_NOHASHDIR="${CCACHE_NOHASHDIR:-1}"
 build="$root/build-tsan"
 jobs="$(nproc 2>/dev/null || echo 2)"
 # The shell's tests (tst_collapsecycle, tst_appdelegate) hold the pool on purpose so that
