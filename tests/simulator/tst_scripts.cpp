@@ -41,9 +41,9 @@ QString script(const QString& name)
     return QDir(QStringLiteral(TUCKAWAY_SCRIPTS)).filePath(name);
 }
 
-QStringList scripted(const QString& name)
+QStringList scripted(const QString& name, const QString& scenario = u"bar.json"_s)
 {
-    return {u"--scenario"_s, script(u"bar.json"_s), u"--script"_s, script(name)};
+    return {u"--scenario"_s, script(scenario), u"--script"_s, script(name)};
 }
 
 } // namespace
@@ -68,17 +68,20 @@ void TestScripts::scriptsThroughTheProgram_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("error");
-    QTest::newRow("collapse cycle") << u"collapse.script"_s << 0 << QString();
-    QTest::newRow("pointer, buttons, time") << u"interaction.script"_s << 0 << QString();
-    QTest::newRow("the system around") << u"system.script"_s << 0 << QString();
-    QTest::newRow("settings") << u"settings.script"_s << 0 << QString();
+    QTest::addColumn<QString>("scenario");
+    QTest::newRow("collapse cycle") << u"collapse.script"_s << 0 << QString() << QString();
+    QTest::newRow("why each application stays or goes")
+        << u"reasons.script"_s << 0 << QString() << u"reasons.json"_s;
+    QTest::newRow("pointer, buttons, time") << u"interaction.script"_s << 0 << QString() << QString();
+    QTest::newRow("the system around") << u"system.script"_s << 0 << QString() << QString();
+    QTest::newRow("settings") << u"settings.script"_s << 0 << QString() << QString();
     QTest::newRow("failed expectation")
-        << u"failing.script"_s << 1 << u"failing.script:6: expected state shown, got state hidden"_s;
+        << u"failing.script"_s << 1 << u"failing.script:6: expected state shown, got state hidden"_s << QString();
     QTest::newRow("unreadable line")
-        << u"unreadable.script"_s << 2 << u"unreadable.script:4: unknown step \"jump\""_s;
+        << u"unreadable.script"_s << 2 << u"unreadable.script:4: unknown step \"jump\""_s << QString();
     QTest::newRow("step that cannot be done")
         << u"impossible.script"_s << 2
-        << u"impossible.script:3: the open menu has no entry \"Abrir el Finder\""_s;
+        << u"impossible.script:3: the open menu has no entry \"Abrir el Finder\""_s << QString();
 }
 
 void TestScripts::scriptsThroughTheProgram()
@@ -86,7 +89,8 @@ void TestScripts::scriptsThroughTheProgram()
     QFETCH(QString, name);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
-    const Run run = runProgram(scripted(name));
+    QFETCH(QString, scenario);
+    const Run run = runProgram(scripted(name, scenario.isEmpty() ? u"bar.json"_s : scenario));
     if (run.exitCode != exitCode)
         qWarning().noquote() << run.out << run.errors;
     QCOMPARE(run.exitCode, exitCode);
@@ -166,6 +170,8 @@ void TestScripts::readerRefuses_data()
                                 << u"the quoted text is not closed"_s;
     QTest::newRow("quote inside a word") << QByteArray("menu a\"b\"") << 1
                                          << u"a quote may only start a word"_s;
+    QTest::newRow("unknown reason") << QByteArray("expect reason org.x Hidden") << 1
+                                    << u"expect reason: the reason must be hidden|system|protected|own|right|both-sides|other-row|no-frame|no-boundary|none, not \"Hidden\""_s;
     QTest::newRow("absurd wait") << QByteArray("wait 1e300") << 1
                                  << u"wait: SECONDS must be a number from 0 to 3600"_s;
     QTest::newRow("negative wait") << QByteArray("wait -1") << 1
