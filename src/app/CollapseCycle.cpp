@@ -126,13 +126,13 @@ std::optional<Rect> AppDelegate::boundary() const
 // application stays or goes is published. Nothing when the button's place cannot be read.
 std::optional<QSet<QString>> AppDelegate::boundaryHiddenSet()
 {
-    const std::optional<Rect> boundary = this->boundary();
-    if (!boundary)
+    const std::optional<Rect> separator = boundary();
+    if (!separator)
         return std::nullopt;
     m_inspector.setReport(m_inspector.report() + u"\nSeparador ventana="_s +
                           m_item->buttonWindowFrame().value_or(Rect()).text() + u"; botón="_s +
                           m_item->buttonFrameOnScreen().value_or(Rect()).text() + u"; AX="_s +
-                          boundary->text());
+                          separator->text());
 
     QList<PositionedItem> items;
     for (const ExternalItem& item : m_inspector.items()) {
@@ -140,9 +140,9 @@ std::optional<QSet<QString>> AppDelegate::boundaryHiddenSet()
             items.append({*item.bundleID, item.frame});
     }
     const std::optional<QString> own = m_platform.workspace().mainBundleIdentifier();
-    m_decisions = BoundaryPolicy::decisions(items, *boundary, own.value_or(QString()));
+    m_decisions = BoundaryPolicy::decisions(items, *separator, own.value_or(QString()));
     Q_EMIT boundaryDecided();
-    return BoundaryPolicy::hidden(items, *boundary);
+    return BoundaryPolicy::hidden(items, *separator);
 }
 
 void AppDelegate::showAll()
