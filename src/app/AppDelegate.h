@@ -40,6 +40,7 @@ public:
         Running,       // the application runs until it is told to quit
         HandedOver,    // another copy runs: it was brought forward and this one quits
         DiagnosticRun, // the diagnostic report is written, then the application quits
+        ExportRun,     // the scenario file is written, then the application quits
     };
 
     static constexpr double interactionInterval = 0.25;
@@ -105,6 +106,7 @@ private:
     // Launch steps.
     bool handOverToRunningCopy(bool diagnosticRequested);
     void startDiagnosticRun(const QString& path);
+    void startExportRun(const QString& path);
     void createStatusItem();
     void subscribe();
     void observe();

@@ -56,6 +56,8 @@ private Q_SLOTS:
     void scriptsThroughTheProgram();
     void sameScriptSameOutput();
     void builtInSessionSavesPictures();
+    void exportedDesktopReplaysTheSameScan();
+    void exportReplacesOnlyARegularFile();
     void filesThatAreNotScripts_data();
     void filesThatAreNotScripts();
     void readerRefuses_data();
@@ -123,6 +125,74 @@ void TestScripts::builtInSessionSavesPictures()
     QVERIFY(QImageReader(directory.filePath(u"tuckaway-session/menubar-2-hidden.png"_s))
                 .size()
                 .width() > 1500);
+}
+
+namespace {
+
+// The report of a scan without the lines that name the moment and the system.
+QStringList reportOf(const QStringList& arguments, const QString& path)
+{
+    const Run run = runProgram(arguments + QStringList{u"--diagnostic-report"_s, path});
+    if (run.exitCode != 0)
+        return {u"failed: "_s + QString::fromUtf8(run.errors)};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {u"unreadable: "_s + path};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    lines.removeIf([](const QString& line) {
+        return line.startsWith(u"Fecha: "_s) || line.startsWith(u"macOS "_s);
+    });
+    return lines;
+}
+
+// What a collapse decides, application by application.
+QStringList decisionsOf(const QStringList& arguments, const QString& script)
+{
+    const Run run = runProgram(arguments + QStringList{u"--script"_s, script});
+    QStringList lines;
+    for (const QString& line : QString::fromUtf8(run.out).split(u'\n')) {
+        if (line.contains(u"Motivo: "_s) || line.contains(u"Apps ocultas: "_s))
+            lines << line.section(u"] "_s, 1);
+    }
+    return lines;
+}
+
+} // namespace
+
+void TestScripts::exportedDesktopReplaysTheSameScan()
+{
+    QTemporaryDir directory;
+    const QString exported = directory.filePath(u"desktop.json"_s);
+    const Run run = runProgram({u"--export-scenario"_s, exported});
+    QCOMPARE(run.exitCode, 0);
+    QFile file(exported);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readLine().startsWith('{'));
+    QVERIFY(file.readLine().contains("\"warning\": \"Menu-bar titles"));
+
+    const QStringList replayed = {u"--scenario"_s, exported};
+    const QStringList report = reportOf({}, directory.filePath(u"built-in.txt"_s));
+    QVERIFY(report.size() > 10);
+    QCOMPARE(reportOf(replayed, directory.filePath(u"replayed.txt"_s)), report);
+
+    const QString collapse = directory.filePath(u"collapse.script"_s);
+    QFile script(collapse);
+    QVERIFY(script.open(QIODevice::WriteOnly) && script.write("click\nwait 2\n") > 0);
+    script.close();
+    const QStringList decisions = decisionsOf({}, collapse);
+    QVERIFY(decisions.filter(u"both-sides"_s).size() == 1);
+    QCOMPARE(decisionsOf(replayed, collapse), decisions);
+}
+
+void TestScripts::exportReplacesOnlyARegularFile()
+{
+    QTemporaryDir directory;
+    const QString taken = directory.filePath(u"taken"_s);
+    QVERIFY(QDir().mkpath(taken + u"/inside"_s));
+    const Run run = runProgram({u"--export-scenario"_s, taken});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(lastLine(run.errors).endsWith(u"is not a regular file; it is left as it is"_s));
+    QVERIFY(QFileInfo(taken + u"/inside"_s).isDir());
 }
 
 void TestScripts::filesThatAreNotScripts_data()
