@@ -98,23 +98,13 @@ bool AppDelegate::handOverToRunningCopy(bool diagnosticRequested)
 // main thread as every scan does; what it read becomes the scenario file.
 void AppDelegate::startExportRun(const QString& path)
 {
-    const Workspace& workspace = m_platform.workspace();
     auto recording = std::make_shared<RecordingAccessibility>(m_platform.accessibility());
-    auto desktop = std::make_shared<ExportedDesktop>();
-    desktop->screens = m_desktop.screens();
-    desktop->ownPid = workspace.currentProcessId();
-    desktop->ownIcon = boundary();
-    desktop->trusted = m_inspector.isAuthorized();
+    auto desktop = std::make_shared<ExportedDesktop>(exportedDesktop());
     QList<ScanApp> apps;
-    const std::optional<QString> ownBundle = workspace.mainBundleIdentifier();
-    for (const RunningApplication& running : workspace.runningApplications()) {
-        if (running.pid == desktop->ownPid || running.bundleIdentifier == ownBundle)
-            continue;
-        desktop->applications << running;
+    for (const RunningApplication& running : std::as_const(desktop->applications))
         apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName};
-    }
     const TimeSource& time = m_platform.time();
-    const QString version = workspace.operatingSystemVersionString();
+    const QString version = m_platform.workspace().operatingSystemVersionString();
     const bool trusted = desktop->trusted;
     auto* watcher = new QFutureWatcher<void>(this);
     connect(watcher, &QFutureWatcher<void>::finished, this, [this, watcher, recording, desktop, path] {
@@ -129,6 +119,24 @@ void AppDelegate::startExportRun(const QString& path)
         if (trusted)
             AXScanner::scan(apps, ScanEnvironment{*recording, time, version});
     }));
+}
+
+// Everything but the menu-bar trees, which the scan reads. The applications are those a
+// scan walks: every one but this one, in the system's order.
+ExportedDesktop AppDelegate::exportedDesktop() const
+{
+    const Workspace& workspace = m_platform.workspace();
+    ExportedDesktop desktop;
+    desktop.screens = m_desktop.screens();
+    desktop.ownPid = workspace.currentProcessId();
+    desktop.ownIcon = boundary();
+    desktop.trusted = m_inspector.isAuthorized();
+    const std::optional<QString> ownBundle = workspace.mainBundleIdentifier();
+    for (const RunningApplication& running : workspace.runningApplications()) {
+        if (running.pid != desktop.ownPid && running.bundleIdentifier != ownBundle)
+            desktop.applications << running;
+    }
+    return desktop;
 }
 
 void AppDelegate::startDiagnosticRun(const QString& path)

@@ -20,6 +20,7 @@ namespace tk {
 
 class DesktopServices;
 class Platform;
+struct ExportedDesktop;
 
 class SettingsWindow;
 struct CommandLine;
@@ -107,6 +108,7 @@ private:
     bool handOverToRunningCopy(bool diagnosticRequested);
     void startDiagnosticRun(const QString& path);
     void startExportRun(const QString& path);
+    ExportedDesktop exportedDesktop() const;
     void createStatusItem();
     void subscribe();
     void observe();

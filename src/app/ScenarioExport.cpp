@@ -70,6 +70,7 @@ AXElementRef RecordingAccessibility::application(qint32 pid) const
 namespace {
 
 constexpr double unansweredDelay = 0.5; // seconds: longer than any scan waits for a message
+constexpr double statedNoWidth = 24.0;  // what a scenario's bar gives an item of unknown width
 
 QJsonObject rectObject(const Rect& rect)
 {
@@ -187,7 +188,7 @@ int placeOf(const QJsonArray& barItems, const Rect& ownIcon)
     int place = 0;
     for (const QJsonValue& item : barItems) {
         const QJsonObject position = item.toObject().value(u"position"_s).toObject();
-        const double width = item.toObject().value(u"width"_s).toDouble(24.0);
+        const double width = item.toObject().value(u"width"_s).toDouble(statedNoWidth);
         if (!position.isEmpty() && position.value(u"x"_s).toDouble() + width <= ownIcon.minX())
             break;
         ++place;
