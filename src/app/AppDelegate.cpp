@@ -3,6 +3,8 @@
 #include "app/CommandLine.h"
 #include "app/DesktopServices.h"
 #include "app/SettingsWindow.h"
+#include "app/ScenarioExport.h"
+#include "inspection/AXScanner.h"
 #include "app/StatusItem.h"
 #include "core/Identity.h"
 #include "core/Time.h"
@@ -14,6 +16,8 @@
 #include "visibility/NativeVisibilityBridge.h"
 
 #include <QFileInfo>
+#include <QFutureWatcher>
+#include <QtConcurrent/QtConcurrentRun>
 #include <QImage>
 #include <QPointer>
 
@@ -47,7 +51,7 @@ AppDelegate::~AppDelegate()
 AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const CommandLine& commandLine)
 {
     m_desktop.becomeAccessory();
-    if (handOverToRunningCopy(commandLine.diagnosticReportRequested))
+    if (handOverToRunningCopy(!commandLine.checksSingleInstance()))
         return LaunchOutcome::HandedOver;
     if (commandLine.uiReportPath)
         m_qaReportPath = QFileInfo(*commandLine.uiReportPath).absoluteFilePath();
@@ -56,6 +60,10 @@ AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const Comm
         return LaunchOutcome::DiagnosticRun;
     }
     createStatusItem();
+    if (commandLine.exportScenarioPath) {
+        startExportRun(*commandLine.exportScenarioPath);
+        return LaunchOutcome::ExportRun;
+    }
     subscribe();
     observe();
     scheduleInteractionTimer();
@@ -84,6 +92,51 @@ bool AppDelegate::handOverToRunningCopy(bool diagnosticRequested)
         return true;
     }
     return false;
+}
+
+// The scan walks the desktop through a recording of the accessibility interface, off the
+// main thread as every scan does; what it read becomes the scenario file.
+void AppDelegate::startExportRun(const QString& path)
+{
+    auto recording = std::make_shared<RecordingAccessibility>(m_platform.accessibility());
+    auto desktop = std::make_shared<ExportedDesktop>(exportedDesktop());
+    QList<ScanApp> apps;
+    for (const RunningApplication& running : std::as_const(desktop->applications))
+        apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName};
+    const TimeSource& time = m_platform.time();
+    const QString version = m_platform.workspace().operatingSystemVersionString();
+    const bool trusted = desktop->trusted;
+    auto* watcher = new QFutureWatcher<void>(this);
+    connect(watcher, &QFutureWatcher<void>::finished, this, [this, watcher, recording, desktop, path] {
+        watcher->deleteLater();
+        const std::optional<QString> failure =
+            ScenarioExport::save(path, ScenarioExport::write(*recording, *desktop));
+        if (failure)
+            m_errors.write((*failure + u'\n').toUtf8());
+        Q_EMIT quitRequested(failure ? 1 : 0);
+    });
+    watcher->setFuture(QtConcurrent::run([recording, apps, &time, version, trusted] {
+        if (trusted)
+            AXScanner::scan(apps, ScanEnvironment{*recording, time, version});
+    }));
+}
+
+// Everything but the menu-bar trees, which the scan reads. The applications are those a
+// scan walks: every one but this one, in the system's order.
+ExportedDesktop AppDelegate::exportedDesktop() const
+{
+    const Workspace& workspace = m_platform.workspace();
+    ExportedDesktop desktop;
+    desktop.screens = m_desktop.screens();
+    desktop.ownPid = workspace.currentProcessId();
+    desktop.ownIcon = boundary();
+    desktop.trusted = m_inspector.isAuthorized();
+    const std::optional<QString> ownBundle = workspace.mainBundleIdentifier();
+    for (const RunningApplication& running : workspace.runningApplications()) {
+        if (running.pid != desktop.ownPid && running.bundleIdentifier != ownBundle)
+            desktop.applications << running;
+    }
+    return desktop;
 }
 
 void AppDelegate::startDiagnosticRun(const QString& path)

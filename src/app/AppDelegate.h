@@ -4,6 +4,7 @@
 #include "hotkey/GlobalHotKey.h"
 #include "inspection/Inspector.h"
 #include "settings/Preferences.h"
+#include "visibility/BoundaryPolicy.h"
 #include "visibility/VisibilityController.h"
 
 #include <QObject>
@@ -19,6 +20,7 @@ namespace tk {
 
 class DesktopServices;
 class Platform;
+struct ExportedDesktop;
 
 class SettingsWindow;
 struct CommandLine;
@@ -39,6 +41,7 @@ public:
         Running,       // the application runs until it is told to quit
         HandedOver,    // another copy runs: it was brought forward and this one quits
         DiagnosticRun, // the diagnostic report is written, then the application quits
+        ExportRun,     // the scenario file is written, then the application quits
     };
 
     static constexpr double interactionInterval = 0.25;
@@ -88,10 +91,14 @@ public:
     std::optional<double> hoverBegan() const { return m_hoverBegan; }
     qint64 collapseGeneration() const { return m_collapseGeneration; }
     std::optional<QString> qaReportPath() const { return m_qaReportPath; }
+    // Why each application of the latest collapse in "boundary" mode was hidden or stayed.
+    const QList<BoundaryPolicy::Decision>& boundaryDecisions() const { return m_decisions; }
 
 Q_SIGNALS:
     // The application should end with this exit code; the quit sequence follows.
     void quitRequested(int exitCode);
+    // A collapse in "boundary" mode has decided; `boundaryDecisions` holds why.
+    void boundaryDecided();
     // The interaction timer fired: `tick` runs on a later turn of the main thread. A queued
     // connection carries it, which costs one posted event and nothing else per tick.
     void interactionTimerFired(QPrivateSignal);
@@ -100,6 +107,8 @@ private:
     // Launch steps.
     bool handOverToRunningCopy(bool diagnosticRequested);
     void startDiagnosticRun(const QString& path);
+    void startExportRun(const QString& path);
+    ExportedDesktop exportedDesktop() const;
     void createStatusItem();
     void subscribe();
     void observe();
@@ -117,6 +126,7 @@ private:
 
     // Collapse cycle steps.
     void finishCollapse(qint64 generation);
+    std::optional<Rect> boundary() const;
     std::optional<QSet<QString>> boundaryHiddenSet();
     void runCountdown(double now, const QPointF& pointer);
 
@@ -138,6 +148,7 @@ private:
     GlobalHotKey m_hotKey;
     std::unique_ptr<StatusItem> m_item;
     std::unique_ptr<SettingsWindow> m_settingsWindow;
+    QList<BoundaryPolicy::Decision> m_decisions;
     std::unique_ptr<Timer> m_interactionTimer;
     std::unique_ptr<Timer> m_startAction;
     std::optional<double> m_expandedAt;

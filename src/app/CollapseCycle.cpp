@@ -2,6 +2,8 @@
 #include "app/DesktopServices.h"
 #include "app/SettingsWindow.h"
 #include "app/StatusItem.h"
+#include "inspection/Workspace.h"
+#include "platform/Platform.h"
 #include "visibility/BoundaryPolicy.h"
 
 #include <QPointer>
@@ -107,30 +109,40 @@ void AppDelegate::finishCollapse(qint64 generation)
         m_visibility.activate(hidden);
 }
 
-// The status item's button in accessibility space is the boundary; its placement is
-// added to the scan's report. Nothing when the button's place cannot be read.
-std::optional<QSet<QString>> AppDelegate::boundaryHiddenSet()
+// The status item's button in accessibility space; nothing when its place cannot be read.
+std::optional<Rect> AppDelegate::boundary() const
 {
-    if (!m_item || !m_item->hasButton())
+    if (!m_item || !m_item->hasButton() || !m_item->buttonWindowFrame())
         return std::nullopt;
-    const std::optional<Rect> window = m_item->buttonWindowFrame();
     const QList<ScreenInfo> screens = m_desktop.screens();
-    if (!window || screens.isEmpty())
-        return std::nullopt;
     const std::optional<Rect> button = m_item->buttonFrameOnScreen();
-    if (!button)
+    if (!button || screens.isEmpty())
         return std::nullopt;
     const double top = screens.first().frame.maxY();
-    const Rect boundary{button->minX(), top - button->maxY(), button->width, button->height};
-    m_inspector.setReport(m_inspector.report() + u"\nSeparador ventana="_s + window->text() +
-                          u"; botón="_s + button->text() + u"; AX="_s + boundary.text());
+    return Rect{button->minX(), top - button->maxY(), button->width, button->height};
+}
+
+// The boundary decides; its placement is added to the scan's report, and why each
+// application stays or goes is published. Nothing when the button's place cannot be read.
+std::optional<QSet<QString>> AppDelegate::boundaryHiddenSet()
+{
+    const std::optional<Rect> separator = boundary();
+    if (!separator)
+        return std::nullopt;
+    m_inspector.setReport(m_inspector.report() + u"\nSeparador ventana="_s +
+                          m_item->buttonWindowFrame().value_or(Rect()).text() + u"; botón="_s +
+                          m_item->buttonFrameOnScreen().value_or(Rect()).text() + u"; AX="_s +
+                          separator->text());
 
     QList<PositionedItem> items;
     for (const ExternalItem& item : m_inspector.items()) {
         if (item.bundleID)
             items.append({*item.bundleID, item.frame});
     }
-    return BoundaryPolicy::hidden(items, boundary);
+    const std::optional<QString> own = m_platform.workspace().mainBundleIdentifier();
+    m_decisions = BoundaryPolicy::decisions(items, *separator, own.value_or(QString()));
+    Q_EMIT boundaryDecided();
+    return BoundaryPolicy::hidden(items, *separator);
 }
 
 void AppDelegate::showAll()

@@ -23,6 +23,7 @@ CommandLine CommandLine::parse(const QStringList& arguments)
     line.openSettings = arguments.contains(settingsSwitch);
     line.scenarioPath = valueAfter(arguments, scenarioSwitch);
     line.scriptPath = valueAfter(arguments, scriptSwitch);
+    line.exportScenarioPath = valueAfter(arguments, exportScenarioSwitch);
     return line;
 }
 

@@ -15,6 +15,7 @@ struct CommandLine {
     static inline const QString settingsSwitch = QStringLiteral("--settings");
     static inline const QString scenarioSwitch = QStringLiteral("--scenario");
     static inline const QString scriptSwitch = QStringLiteral("--script");
+    static inline const QString exportScenarioSwitch = QStringLiteral("--export-scenario");
 
     std::optional<QString> diagnosticReportPath; // a diagnostic run replaces the launch
     bool diagnosticReportRequested = false;      // the switch anywhere, with a value or not
@@ -22,9 +23,10 @@ struct CommandLine {
     bool openSettings = false;
     std::optional<QString> scenarioPath; // the simulated desktop to load
     std::optional<QString> scriptPath;   // a session to play on it
+    std::optional<QString> exportScenarioPath; // an export run replaces the launch
 
     // Whether a second copy should hand over to a running one and quit.
-    bool checksSingleInstance() const { return !diagnosticReportRequested; }
+    bool checksSingleInstance() const { return !diagnosticReportRequested && !exportScenarioPath; }
 
     static CommandLine parse(const QStringList& arguments);
 

@@ -117,7 +117,8 @@ void AppDelegate::createSettingsWindow()
         {m_platform.filePanels(), m_platform.accessibility(), m_platform.privacySettings(),
          m_platform.visibilityBridge(), m_platform.workspace(),
          [&desktop](int pixelSize) { return desktop.bundleIcon(pixelSize); },
-         [&desktop] { return desktop.bundleVersion(); }});
+         [&desktop] { return desktop.bundleVersion(); },
+         [self] { return self ? self->boundary() : std::nullopt; }});
     m_settingsWindow = std::make_unique<SettingsWindow>(view);
     m_settingsWindow->setWindowTitle(text(SettingsWindow::titleKey));
     m_settingsWindow->setMinimumSize(SettingsWindow::minimumContentSize);

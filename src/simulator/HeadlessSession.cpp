@@ -242,6 +242,7 @@ void HeadlessSession::watch()
         if (scanning)
             print(text(u"Buscando iconos…"_s));
     });
+    connect(&m_app, &AppDelegate::boundaryDecided, this, &HeadlessSession::printDecisions);
     if (SimStatusItem* item = m_platform.simulatedDesktopServices().statusItem())
         connect(item, &SimStatusItem::menuPoppedUp, this, &HeadlessSession::printMenu);
     m_lastMessage = visibility.message();
@@ -270,6 +271,14 @@ void HeadlessSession::printHidden()
         return;
     print(hidden.isEmpty() ? text(u"Ninguna app oculta."_s)
                            : text(u"Apps ocultas"_s) + u": "_s + hidden.join(u", "_s));
+}
+
+// One line per application, in the order of their bundle identifiers.
+void HeadlessSession::printDecisions()
+{
+    for (const BoundaryPolicy::Decision& decision : m_app.boundaryDecisions())
+        print(text(u"Motivo"_s) + u": "_s + decision.bundle + u' ' +
+              BoundaryPolicy::reasonWord(decision.reason));
 }
 
 void HeadlessSession::printMenu()
@@ -320,6 +329,8 @@ std::optional<QString> HeadlessSession::check(const ScriptStep& step) const
             return std::nullopt;
         return differs(listed(a), listed(hidden));
     }
+    if (step.command == u"expect reason")
+        return checkReason(a[0], a[1]);
     if (step.command == u"expect state")
         return stateName() == a[0] ? std::nullopt : std::optional(differs(a[0], stateName()));
     QString got;
@@ -345,6 +356,20 @@ std::optional<QString> HeadlessSession::check(const ScriptStep& step) const
         return got == expected ? std::nullopt : std::optional(differs(expected, got));
     }
     return got == expected ? std::nullopt : std::optional(differs(quoted(expected), quoted(got)));
+}
+
+// The reason of the latest collapse in "boundary" mode; "none" for an application it did
+// not judge.
+std::optional<QString> HeadlessSession::checkReason(const QString& bundle, const QString& expected) const
+{
+    QString got = u"none"_s;
+    for (const BoundaryPolicy::Decision& decision : m_app.boundaryDecisions()) {
+        if (decision.bundle == bundle)
+            got = BoundaryPolicy::reasonWord(decision.reason);
+    }
+    if (got == expected)
+        return std::nullopt;
+    return u"expected reason %1 %2, got reason %1 %3"_s.arg(bundle, expected, got);
 }
 
 // What a person does at the icon, with the pointer and the keyboard, and time passing.

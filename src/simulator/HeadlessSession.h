@@ -72,6 +72,8 @@ private:
     void printState();
     void printHidden();
     void printMenu();
+    void printDecisions();
+    std::optional<QString> checkReason(const QString& bundle, const QString& expected) const;
     QString stateName() const;
     QStringList hiddenApplications() const;
     Outcome clickIcon(int kind, bool option);

@@ -1,5 +1,7 @@
 #include "SessionScript.h"
 
+#include "visibility/BoundaryPolicy.h"
+
 #include <QHash>
 #include <QRegularExpression>
 #include <QStringDecoder>
@@ -209,6 +211,13 @@ const QHash<QString, Check>& commands()
          }},
         {u"expect state"_s, word({u"shown"_s, u"scanning"_s, u"requesting"_s, u"hidden"_s},
                                  u"the state"_s)},
+        {u"expect reason"_s,
+         exactly(2, [](const QStringList& a) {
+             if (a[0].isEmpty())
+                 return u"a bundle identifier must be named"_s;
+             return oneOf(a[1], BoundaryPolicy::reasonWords() + QStringList{u"none"_s},
+                          u"the reason"_s);
+         })},
         {u"expect notice"_s, exactly(1)},
         {u"expect message"_s, exactly(1)},
         {u"expect tooltip"_s, exactly(1)},

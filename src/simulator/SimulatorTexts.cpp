@@ -25,6 +25,7 @@ const QHash<QString, QString>& english()
         {u"Suelta el icono en la barra de la pantalla principal: es la que muestra los iconos. Ha vuelto a su sitio."_s, u"Drop the icon on the primary screen's menu bar: that is the one that shows the icons. It went back to its place."_s},
         {u"El icono de Tuckaway no sale de la barra de menús: ha vuelto a su sitio."_s, u"Tuckaway's icon does not leave the menu bar: it went back to its place."_s},
         {u"Apps abiertas"_s, u"Running apps"_s},
+        {u"Motivo"_s, u"Reason"_s},
         {u"Salir de la app elegida"_s, u"Quit the selected app"_s},
         {u"Abrir"_s, u"Launch"_s},
         {u"Apps abiertas: %1."_s, u"Apps launched: %1."_s},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppIdentity.h"
+#include "core/Rect.h"
 
 #include <QList>
 #include <QString>
@@ -48,6 +49,9 @@ public:
         const Workspace& workspace;         // this application's own bundle identifier
         AppIdentity::BundleIconLoader bundleIcon = {};
         std::function<QString()> bundleVersion = {}; // empty or missing: "1.0"
+        // Tuckaway's icon in accessibility space, what the boundary mode measures against;
+        // nothing when its place cannot be read.
+        std::function<std::optional<Rect>()> boundary = {};
     };
 
     // One row of the manual list: an application's bundle identifier and what it is

@@ -5,9 +5,11 @@
 #include "settings/Preferences.h"
 #include "ui/ChoicePicker.h"
 #include "ui/ViewStyle.h"
+#include "visibility/BoundaryPolicy.h"
 #include "visibility/VisibilityController.h"
 
 #include <QEvent>
+#include <QHash>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -64,7 +66,9 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
       m_explanation(ViewStyle::text(ViewStyle::Text::Callout, this)),
       m_note(ViewStyle::text(ViewStyle::Text::Caption, this, true)), m_list(new QListWidget(this)),
       m_warning(ViewStyle::text(ViewStyle::Text::Body, this)),
-      m_count(ViewStyle::text(ViewStyle::Text::Caption, this, true))
+      m_count(ViewStyle::text(ViewStyle::Text::Caption, this, true)),
+      m_reasonsTitle(ViewStyle::text(ViewStyle::Text::Callout, this)),
+      m_reasons(ViewStyle::text(ViewStyle::Text::Caption, this, true))
 {
     setObjectName(u"organizationSection"_s);
     m_mode->setObjectName(u"modePicker"_s);
@@ -86,6 +90,9 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
     m_list->setItemDelegate(new WholeRowToggle(m_list));
     m_warning->setObjectName(u"authorizationWarning"_s);
     m_count->setObjectName(u"itemCount"_s);
+    m_reasonsTitle->setObjectName(u"reasonsTitle"_s);
+    m_reasons->setObjectName(u"reasons"_s);
+    m_reasons->setTextFormat(Qt::PlainText);
     add(m_title);
     add(m_mode);
     add(m_explanation);
@@ -94,6 +101,8 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
     buildButtons();
     add(m_warning);
     add(m_count);
+    add(m_reasonsTitle);
+    add(m_reasons);
     column()->addStretch(1);
     connect(m_mode, &ChoicePicker::chosen, this, [this](const QString& mode) {
         m_context.edit([&](SettingsData& record) { record.mode = mode; });
@@ -137,6 +146,7 @@ void OrganizationSection::render()
 {
     renderTexts();
     renderList();
+    renderReasons();
 }
 
 void OrganizationSection::renderTexts()
@@ -190,6 +200,38 @@ void OrganizationSection::renderList()
         item->setCheckState(hidden ? Qt::Checked : Qt::Unchecked);
     }
     m_list->setVisible(manual && !apps.isEmpty());
+}
+
+// In "boundary" mode, every application of the latest scan with the reason the boundary
+// rule gives it, in the order of their bundle identifiers.
+void OrganizationSection::renderReasons()
+{
+    const std::optional<Rect> boundary =
+        m_context.services.boundary ? m_context.services.boundary() : std::nullopt;
+    QList<PositionedItem> items;
+    QHash<QString, QString> names;
+    for (const ExternalItem& item : m_context.inspector.items()) {
+        if (!item.bundleID)
+            continue;
+        items.append({*item.bundleID, item.frame});
+        names.insert(*item.bundleID, item.app);
+    }
+    const QList<BoundaryPolicy::Decision> decisions = BoundaryPolicy::decisions(
+        items, boundary.value_or(Rect::null()),
+        m_context.services.workspace.mainBundleIdentifier().value_or(QString()));
+    QStringList lines;
+    for (const BoundaryPolicy::Decision& decision : decisions) {
+        const QString name = names.value(decision.bundle);
+        const QString who = name.isEmpty() || name == decision.bundle
+                                ? decision.bundle
+                                : u"%1 (%2)"_s.arg(name, decision.bundle);
+        lines << who + u": "_s + m_context.text(BoundaryPolicy::reasonText(decision.reason));
+    }
+    const bool shows = m_context.preferences.data().mode == boundaryMode && !lines.isEmpty();
+    m_reasonsTitle->setText(m_context.text(u"Por qué se oculta o no cada app detectada"_s));
+    m_reasons->setText(lines.join(u'\n'));
+    m_reasonsTitle->setVisible(shows);
+    m_reasons->setVisible(shows);
 }
 
 bool OrganizationSection::listShows(const QList<ConfigurationView::ListedApp>& apps) const

@@ -24,6 +24,7 @@ private:
     void buildButtons();
     void renderTexts();
     void renderList();
+    void renderReasons();
     void fillList(const QList<ConfigurationView::ListedApp>& apps);
     bool listShows(const QList<ConfigurationView::ListedApp>& apps) const;
     void itemToggled(QListWidgetItem* item);
@@ -37,6 +38,8 @@ private:
     QPushButton* m_toggle;
     QLabel* m_warning;
     QLabel* m_count;
+    QLabel* m_reasonsTitle;
+    QLabel* m_reasons;
 };
 
 } // namespace tk

@@ -41,9 +41,9 @@ QString script(const QString& name)
     return QDir(QStringLiteral(TUCKAWAY_SCRIPTS)).filePath(name);
 }
 
-QStringList scripted(const QString& name)
+QStringList scripted(const QString& name, const QString& scenario = u"bar.json"_s)
 {
-    return {u"--scenario"_s, script(u"bar.json"_s), u"--script"_s, script(name)};
+    return {u"--scenario"_s, script(scenario), u"--script"_s, script(name)};
 }
 
 } // namespace
@@ -56,6 +56,9 @@ private Q_SLOTS:
     void scriptsThroughTheProgram();
     void sameScriptSameOutput();
     void builtInSessionSavesPictures();
+    void exportedDesktopReplaysTheSameScan_data();
+    void exportedDesktopReplaysTheSameScan();
+    void exportReplacesOnlyARegularFile();
     void filesThatAreNotScripts_data();
     void filesThatAreNotScripts();
     void readerRefuses_data();
@@ -68,17 +71,20 @@ void TestScripts::scriptsThroughTheProgram_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("error");
-    QTest::newRow("collapse cycle") << u"collapse.script"_s << 0 << QString();
-    QTest::newRow("pointer, buttons, time") << u"interaction.script"_s << 0 << QString();
-    QTest::newRow("the system around") << u"system.script"_s << 0 << QString();
-    QTest::newRow("settings") << u"settings.script"_s << 0 << QString();
+    QTest::addColumn<QString>("scenario");
+    QTest::newRow("collapse cycle") << u"collapse.script"_s << 0 << QString() << QString();
+    QTest::newRow("why each application stays or goes")
+        << u"reasons.script"_s << 0 << QString() << u"reasons.json"_s;
+    QTest::newRow("pointer, buttons, time") << u"interaction.script"_s << 0 << QString() << QString();
+    QTest::newRow("the system around") << u"system.script"_s << 0 << QString() << QString();
+    QTest::newRow("settings") << u"settings.script"_s << 0 << QString() << QString();
     QTest::newRow("failed expectation")
-        << u"failing.script"_s << 1 << u"failing.script:6: expected state shown, got state hidden"_s;
+        << u"failing.script"_s << 1 << u"failing.script:6: expected state shown, got state hidden"_s << QString();
     QTest::newRow("unreadable line")
-        << u"unreadable.script"_s << 2 << u"unreadable.script:4: unknown step \"jump\""_s;
+        << u"unreadable.script"_s << 2 << u"unreadable.script:4: unknown step \"jump\""_s << QString();
     QTest::newRow("step that cannot be done")
         << u"impossible.script"_s << 2
-        << u"impossible.script:3: the open menu has no entry \"Abrir el Finder\""_s;
+        << u"impossible.script:3: the open menu has no entry \"Abrir el Finder\""_s << QString();
 }
 
 void TestScripts::scriptsThroughTheProgram()
@@ -86,7 +92,8 @@ void TestScripts::scriptsThroughTheProgram()
     QFETCH(QString, name);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
-    const Run run = runProgram(scripted(name));
+    QFETCH(QString, scenario);
+    const Run run = runProgram(scripted(name, scenario.isEmpty() ? u"bar.json"_s : scenario));
     if (run.exitCode != exitCode)
         qWarning().noquote() << run.out << run.errors;
     QCOMPARE(run.exitCode, exitCode);
@@ -119,6 +126,87 @@ void TestScripts::builtInSessionSavesPictures()
     QVERIFY(QImageReader(directory.filePath(u"tuckaway-session/menubar-2-hidden.png"_s))
                 .size()
                 .width() > 1500);
+}
+
+namespace {
+
+// The report of a scan without the lines that name the moment and the system.
+QStringList reportOf(const QStringList& arguments, const QString& path)
+{
+    const Run run = runProgram(arguments + QStringList{u"--diagnostic-report"_s, path});
+    if (run.exitCode != 0)
+        return {u"failed: "_s + QString::fromUtf8(run.errors)};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {u"unreadable: "_s + path};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    lines.removeIf([](const QString& line) {
+        return line.startsWith(u"Fecha: "_s) || line.startsWith(u"macOS "_s);
+    });
+    return lines;
+}
+
+// What a collapse decides, application by application.
+QStringList decisionsOf(const QStringList& arguments, const QString& script)
+{
+    const Run run = runProgram(arguments + QStringList{u"--script"_s, script});
+    QStringList lines;
+    for (const QString& line : QString::fromUtf8(run.out).split(u'\n')) {
+        if (line.contains(u"Motivo: "_s) || line.contains(u"Apps ocultas: "_s))
+            lines << line.section(u"] "_s, 1);
+    }
+    return lines;
+}
+
+} // namespace
+
+void TestScripts::exportedDesktopReplaysTheSameScan_data()
+{
+    QTest::addColumn<QStringList>("original");
+    QTest::addColumn<QString>("decision");
+    QTest::newRow("built-in desktop") << QStringList() << u"both-sides"_s;
+    QTest::newRow("frames missing, other row, system items")
+        << QStringList{u"--scenario"_s, script(u"reasons.json"_s)} << u"no-frame"_s;
+    QTest::newRow("an application without bundle identifier")
+        << QStringList{u"--scenario"_s, script(u"bar.json"_s)} << u"right"_s;
+}
+
+void TestScripts::exportedDesktopReplaysTheSameScan()
+{
+    QFETCH(QStringList, original);
+    QFETCH(QString, decision);
+    QTemporaryDir directory;
+    const QString exported = directory.filePath(u"desktop.json"_s);
+    const Run run = runProgram(original + QStringList{u"--export-scenario"_s, exported});
+    QCOMPARE(run.exitCode, 0);
+    QFile file(exported);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readLine().startsWith('{'));
+    QVERIFY(file.readLine().contains("\"warning\": \"Menu-bar titles"));
+
+    const QStringList replayed = {u"--scenario"_s, exported};
+    const QStringList report = reportOf(original, directory.filePath(u"original.txt"_s));
+    QVERIFY(report.size() > 4);
+    QCOMPARE(reportOf(replayed, directory.filePath(u"replayed.txt"_s)), report);
+
+    const QString collapse = directory.filePath(u"collapse.script"_s);
+    QFile steps(collapse);
+    QVERIFY(steps.open(QIODevice::WriteOnly) && steps.write("click\nwait 2\n") > 0);
+    steps.close();
+    const QStringList decisions = decisionsOf(original, collapse);
+    QVERIFY(!decisions.filter(u' ' + decision).isEmpty());
+    QCOMPARE(decisionsOf(replayed, collapse), decisions);
+}
+
+void TestScripts::exportReplacesOnlyARegularFile()
+{
+    QTemporaryDir directory;
+    const QString taken = directory.filePath(u"taken"_s);
+    QVERIFY(QDir().mkpath(taken + u"/inside"_s));
+    const Run run = runProgram({u"--export-scenario"_s, taken});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(lastLine(run.errors).endsWith(u"is not a regular file; it is left as it is"_s));
+    QVERIFY(QFileInfo(taken + u"/inside"_s).isDir());
 }
 
 void TestScripts::filesThatAreNotScripts_data()
@@ -166,6 +254,8 @@ void TestScripts::readerRefuses_data()
                                 << u"the quoted text is not closed"_s;
     QTest::newRow("quote inside a word") << QByteArray("menu a\"b\"") << 1
                                          << u"a quote may only start a word"_s;
+    QTest::newRow("unknown reason") << QByteArray("expect reason org.x Hidden") << 1
+                                    << u"expect reason: the reason must be hidden|system|protected|own|right|both-sides|other-row|no-frame|no-boundary|none, not \"Hidden\""_s;
     QTest::newRow("absurd wait") << QByteArray("wait 1e300") << 1
                                  << u"wait: SECONDS must be a number from 0 to 3600"_s;
     QTest::newRow("negative wait") << QByteArray("wait -1") << 1

@@ -117,7 +117,8 @@ struct ViewFixture {
                                        [this] { ++applies; }},
             ConfigurationView::Services{panels, platform->accessibility(),
                                         platform->privacySettings(), platform->visibilityBridge(),
-                                        platform->workspace()});
+                                        platform->workspace(), {}, {},
+                                        [this] { return boundary; }});
         view->resize(ConfigurationView::idealSize);
         view->show();
     }
@@ -197,6 +198,7 @@ struct ViewFixture {
     int refreshes = 0;
     int toggles = 0;
     int applies = 0;
+    std::optional<Rect> boundary = Rect{1000.0, 0.0, 22.0, 24.0}; // Tuckaway's icon
 };
 
 } // namespace tk

@@ -77,6 +77,7 @@ private Q_SLOTS:
     void apps_data();
     void apps();
     void appListInManualModeOnly();
+    void reasonsInBoundaryModeOnly();
     void countAndAuthorizationLines();
     void permissionButtonsReachTheSystem();
     void saveReport_data();
@@ -364,6 +365,36 @@ void TestConfigurationView::appListInManualModeOnly()
     f.picker(u"modePicker"_s)->choose(u"manual"_s);
     QCOMPARE(f.preferences.data().mode, u"manual"_s);
     QVERIFY(list->isVisible());
+}
+
+void TestConfigurationView::reasonsInBoundaryModeOnly()
+{
+    ViewFixture f;
+    const auto at = [](const QString& bundle, const QString& app, double x) {
+        ExternalItem item = detected(bundle, app);
+        item.frame = Rect{x, 0.0, 20.0, 24.0};
+        return item;
+    };
+    QVERIFY(f.scan({at(u"com.b"_s, u"Beta"_s, 900.0), at(u"com.b"_s, u"Beta"_s, 1040.0),
+                    at(u"com.a"_s, u"Alpha"_s, 900.0), at(u"com.apple.x"_s, u"X"_s, 900.0),
+                    detected(u"org.c"_s, u"org.c"_s), detected(std::nullopt, u"Nobody"_s)}));
+    f.preferences.setSection(ConfigurationView::Organization);
+    auto* reasons = f.find<QLabel>(u"reasons"_s);
+    QVERIFY(reasons->isVisible());
+    QCOMPARE(reasons->text().split(u'\n'),
+             QStringList({u"Alpha (com.a): Oculta: todos sus iconos están a la izquierda del nuestro."_s,
+                          u"X (com.apple.x): Visible: es un elemento del sistema."_s,
+                          u"Beta (com.b): Visible: tiene iconos a ambos lados del nuestro."_s,
+                          u"org.c: Visible: tiene un icono sin posición legible."_s}));
+
+    f.boundary.reset();
+    f.preferences.setLanguage(u"en"_s);
+    QCOMPARE(reasons->text().section(u'\n', 0, 0),
+             u"Alpha (com.a): Visible: the position of our icon cannot be read."_s);
+
+    f.changeRecord([](SettingsData& r) { r.mode = u"manual"_s; });
+    QVERIFY(!reasons->isVisible());
+    QVERIFY(!f.find<QLabel>(u"reasonsTitle"_s)->isVisible());
 }
 
 void TestConfigurationView::countAndAuthorizationLines()

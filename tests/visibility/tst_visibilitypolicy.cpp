@@ -36,6 +36,9 @@ private Q_SLOTS:
     void allowListMembershipAndOrder();
     void boundaryDecision_data();
     void boundaryDecision();
+    void boundaryReasons_data();
+    void boundaryReasons();
+    void decisionsAreSortedAndReasonWordsRoundTrip();
 };
 
 void TestVisibilityPolicy::allowListMembershipAndOrder_data()
@@ -155,6 +158,66 @@ void TestVisibilityPolicy::boundaryDecision()
     QFETCH(Rect, boundary);
     QFETCH(Bundles, expected);
     QCOMPARE(BoundaryPolicy::hidden(items, boundary), expected);
+}
+
+void TestVisibilityPolicy::boundaryReasons_data()
+{
+    using BoundaryPolicy::Reason;
+    QTest::addColumn<Items>("items");
+    QTest::addColumn<Rect>("boundary");
+    QTest::addColumn<Reason>("expected");
+
+    const QString a = QStringLiteral("org.a");
+    const PositionedItem above = item(a, 900.0, 20.0, -30.0);
+    QTest::newRow("all left") << Items{item(a, 900.0), item(a, 950.0)} << ownIcon << Reason::Hidden;
+    QTest::newRow("over the boundary counts as right") << Items{item(a, 990.0)} << ownIcon << Reason::Right;
+    QTest::newRow("both sides") << Items{item(a, 900.0), item(a, 1030.0)} << ownIcon
+                                << Reason::BothSides;
+    QTest::newRow("another row, even left") << Items{item(a, 900.0), above} << ownIcon
+                                            << Reason::OtherRow;
+    QTest::newRow("another row outweighs both sides")
+        << Items{item(a, 900.0), item(a, 1030.0), above} << ownIcon << Reason::OtherRow;
+    QTest::newRow("no frame outweighs the rest")
+        << Items{above, item(a, 1030.0), frameless(a)} << ownIcon << Reason::NoFrame;
+    QTest::newRow("zero width is no usable frame") << Items{item(a, 900.0, 0.0)} << ownIcon
+                                                   << Reason::NoFrame;
+    QTest::newRow("unusable boundary") << Items{item(a, 900.0)} << Rect::null() << Reason::NoBoundary;
+    QTest::newRow("Apple's own") << Items{item(QStringLiteral("com.apple.weather"), 900.0)}
+                                 << ownIcon << Reason::System;
+    QTest::newRow("protected, before Apple's own")
+        << Items{item(QStringLiteral("com.apple.Siri"), 1030.0)} << Rect::null()
+        << Reason::Protected;
+    QTest::newRow("Tuckaway itself") << Items{item(own, 900.0)} << ownIcon << Reason::Own;
+}
+
+void TestVisibilityPolicy::boundaryReasons()
+{
+    using BoundaryPolicy::Decision;
+    QFETCH(Items, items);
+    QFETCH(Rect, boundary);
+    QFETCH(BoundaryPolicy::Reason, expected);
+    const QList<Decision> decisions = BoundaryPolicy::decisions(items, boundary, own);
+    QCOMPARE(decisions, (QList<Decision>{{items.first().bundle, expected}}));
+    // Without knowing Tuckaway's identifier, the set judges it like any other application.
+    if (expected != BoundaryPolicy::Reason::Own)
+        QCOMPARE(BoundaryPolicy::hidden(items, boundary).contains(items.first().bundle),
+                 expected == BoundaryPolicy::Reason::Hidden);
+}
+
+void TestVisibilityPolicy::decisionsAreSortedAndReasonWordsRoundTrip()
+{
+    using BoundaryPolicy::Reason;
+    const QList<BoundaryPolicy::Decision> decisions = BoundaryPolicy::decisions(
+        {item(QStringLiteral("org.b"), 1030.0), item(QStringLiteral("org.a"), 900.0),
+         item(QStringLiteral("org.b"), 900.0), item(own, 900.0)},
+        ownIcon);
+    QCOMPARE(decisions, (QList<BoundaryPolicy::Decision>{{QStringLiteral("org.a"), Reason::Hidden},
+                                                         {QStringLiteral("org.b"), Reason::BothSides},
+                                                         {own, Reason::Hidden}}));
+    QCOMPARE(BoundaryPolicy::reasonWords().size(), 9);
+    for (const QString& word : BoundaryPolicy::reasonWords())
+        QCOMPARE(BoundaryPolicy::reasonWord(BoundaryPolicy::reasonNamed(word).value()), word);
+    QVERIFY(!BoundaryPolicy::reasonNamed(QStringLiteral("Hidden")));
 }
 
 QTEST_GUILESS_MAIN(TestVisibilityPolicy)

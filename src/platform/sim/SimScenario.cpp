@@ -82,7 +82,7 @@ Result<SimScenario> ScenarioReader::read(const QJsonDocument& document)
     const QJsonObject root = document.object();
     m_json.expectKeys(root, QString(),
                       {"osVersion"_L1, "trusted"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
-                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1});
+                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);

@@ -1,0 +1,240 @@
+#include "ScenarioExport.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMutexLocker>
+#include <QSaveFile>
+
+namespace tk {
+
+using namespace Qt::StringLiterals;
+
+AXElementRef RecordingAccessibility::applicationElement(qint32 pid)
+{
+    AXElementRef element = m_inner.applicationElement(pid);
+    const QMutexLocker lock(&m_mutex);
+    m_applications.insert(pid, element);
+    m_kept.append(element);
+    return element;
+}
+
+void RecordingAccessibility::setMessagingTimeout(const AXElementRef& element, double seconds)
+{
+    m_inner.setMessagingTimeout(element, seconds);
+}
+
+AXAttribute RecordingAccessibility::attribute(const AXElementRef& element, const QString& name)
+{
+    AXAttribute answer = m_inner.attribute(element, name);
+    const QMutexLocker lock(&m_mutex);
+    m_answers[element.get()].attributes.insert(name, answer);
+    m_kept.append(element);
+    return answer;
+}
+
+std::optional<QStringList> RecordingAccessibility::actionNames(const AXElementRef& element)
+{
+    std::optional<QStringList> answer = m_inner.actionNames(element);
+    const QMutexLocker lock(&m_mutex);
+    m_answers[element.get()].actions = answer;
+    m_kept.append(element);
+    return answer;
+}
+
+AXSettable RecordingAccessibility::isAttributeSettable(const AXElementRef& element,
+                                                       const QString& name)
+{
+    const AXSettable answer = m_inner.isAttributeSettable(element, name);
+    const QMutexLocker lock(&m_mutex);
+    m_answers[element.get()].settable = answer;
+    m_kept.append(element);
+    return answer;
+}
+
+std::optional<RecordingAccessibility::Answers>
+RecordingAccessibility::answers(const AXElementRef& element) const
+{
+    const QMutexLocker lock(&m_mutex);
+    const auto found = m_answers.constFind(element.get());
+    return found == m_answers.constEnd() ? std::nullopt : std::optional(*found);
+}
+
+AXElementRef RecordingAccessibility::application(qint32 pid) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_applications.value(pid);
+}
+
+namespace {
+
+constexpr double unansweredDelay = 0.5; // seconds: longer than any scan waits for a message
+constexpr double statedNoWidth = 24.0;  // what a scenario's bar gives an item of unknown width
+
+QJsonObject rectObject(const Rect& rect)
+{
+    return {{u"x"_s, rect.x}, {u"y"_s, rect.y}, {u"width"_s, rect.width},
+            {u"height"_s, rect.height}};
+}
+
+// A text attribute: a string as read, another kind as a number (which never reads as
+// text), nothing when the read failed or was never made.
+void writeText(QJsonObject& object, const QString& key, const RecordingAccessibility::Answers& a,
+               const QString& attribute)
+{
+    const auto found = a.attributes.constFind(attribute);
+    if (found == a.attributes.constEnd() || found->kind == AXAttribute::Kind::Nothing)
+        return;
+    object.insert(key, found->kind == AXAttribute::Kind::String ? QJsonValue(found->string)
+                                                                : QJsonValue(0));
+}
+
+void writeGeometry(QJsonObject& object, const RecordingAccessibility::Answers& a)
+{
+    const auto position = a.attributes.constFind(u"AXPosition"_s);
+    if (position != a.attributes.constEnd())
+        object.insert(u"position"_s, position->point ? QJsonValue(QJsonObject{
+                                                           {u"x"_s, position->point->x()},
+                                                           {u"y"_s, position->point->y()}})
+                                                     : QJsonValue(QJsonValue::Null));
+    const auto size = a.attributes.constFind(u"AXSize"_s);
+    if (size == a.attributes.constEnd())
+        return;
+    if (!size->size) {
+        object.insert(u"size"_s, QJsonValue::Null);
+        return;
+    }
+    object.insert(u"size"_s, QJsonObject{{u"width"_s, size->size->width()},
+                                         {u"height"_s, size->size->height()}});
+    object.insert(u"width"_s, size->size->width());
+}
+
+QJsonObject elementObject(const RecordingAccessibility& recording, const AXElementRef& element,
+                          int depth);
+
+QJsonArray childrenOf(const RecordingAccessibility& recording,
+                      const RecordingAccessibility::Answers& a, int depth)
+{
+    QJsonArray children;
+    const auto list = a.attributes.constFind(u"AXChildren"_s);
+    if (list == a.attributes.constEnd() || list->kind != AXAttribute::Kind::ElementList)
+        return children;
+    for (const AXElementRef& child : list->elements)
+        children.append(elementObject(recording, child, depth + 1));
+    return children;
+}
+
+QJsonObject elementObject(const RecordingAccessibility& recording, const AXElementRef& element,
+                          int depth)
+{
+    QJsonObject object;
+    const std::optional<RecordingAccessibility::Answers> a = recording.answers(element);
+    if (!a)
+        return object;
+    writeText(object, u"role"_s, *a, u"AXRole"_s);
+    writeText(object, u"title"_s, *a, u"AXTitle"_s);
+    writeText(object, u"description"_s, *a, u"AXDescription"_s);
+    writeGeometry(object, *a);
+    if (a->actions)
+        object.insert(u"actions"_s, *a->actions ? QJsonValue(QJsonArray::fromStringList(**a->actions))
+                                                : QJsonValue(QJsonValue::Null));
+    if (a->settable) {
+        object.insert(u"positionSettable"_s, a->settable->settable);
+        if (a->settable->error != AXResult::success)
+            object.insert(u"settableError"_s, a->settable->error);
+    }
+    if (const QJsonArray children = childrenOf(recording, *a, depth); !children.isEmpty())
+        object.insert(u"children"_s, children);
+    return object;
+}
+
+// The application and what its extras menu bar held when the scan asked.
+QJsonObject applicationObject(const RecordingAccessibility& recording,
+                              const RunningApplication& running, QJsonArray& barItems)
+{
+    QJsonObject object{{u"pid"_s, running.pid}};
+    if (running.bundleIdentifier)
+        object.insert(u"bundle"_s, *running.bundleIdentifier);
+    if (running.localizedName)
+        object.insert(u"name"_s, *running.localizedName);
+    const std::optional<RecordingAccessibility::Answers> a =
+        recording.answers(recording.application(running.pid));
+    const auto extras = a ? a->attributes.constFind(u"AXExtrasMenuBar"_s)
+                          : QHash<QString, AXAttribute>::const_iterator();
+    if (!a || extras == a->attributes.constEnd())
+        return object;
+    if (extras->error == AXResult::cannotComplete) {
+        object.insert(u"responseDelay"_s, unansweredDelay);
+        return object;
+    }
+    if (extras->kind != AXAttribute::Kind::Element) {
+        object.insert(u"extrasMenuBar"_s, false);
+        return object;
+    }
+    QJsonArray items;
+    if (const std::optional<RecordingAccessibility::Answers> bar = recording.answers(extras->element))
+        items = childrenOf(recording, *bar, 0);
+    for (const QJsonValue& item : std::as_const(items))
+        barItems.append(item);
+    object.insert(u"items"_s, items);
+    return object;
+}
+
+// How many bar items, counted from the right, stand before the first one wholly left of
+// Tuckaway's icon.
+int placeOf(const QJsonArray& barItems, const Rect& ownIcon)
+{
+    int place = 0;
+    for (const QJsonValue& item : barItems) {
+        const QJsonObject position = item.toObject().value(u"position"_s).toObject();
+        const double width = item.toObject().value(u"width"_s).toDouble(statedNoWidth);
+        if (!position.isEmpty() && position.value(u"x"_s).toDouble() + width <= ownIcon.minX())
+            break;
+        ++place;
+    }
+    return place;
+}
+
+} // namespace
+
+QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
+                                 const ExportedDesktop& desktop)
+{
+    QJsonArray screens;
+    for (const ScreenInfo& screen : desktop.screens)
+        screens.append(QJsonObject{{u"frame"_s, rectObject(screen.frame)},
+                                   {u"visibleFrame"_s, rectObject(screen.visibleFrame)}});
+    QJsonArray apps;
+    QJsonArray barItems;
+    for (const RunningApplication& running : desktop.applications)
+        apps.append(applicationObject(recording, running, barItems));
+    QJsonObject tuckaway{{u"pid"_s, desktop.ownPid}};
+    if (desktop.ownIcon)
+        tuckaway.insert(u"place"_s, placeOf(barItems, *desktop.ownIcon));
+    const QJsonObject root{{u"screens"_s, screens},
+                           {u"apps"_s, apps},
+                           {u"tuckaway"_s, tuckaway},
+                           {u"trusted"_s, desktop.trusted}};
+    // JSON objects keep no order of their own: the warning is put first by hand.
+    QByteArray body = QJsonDocument(root).toJson(QJsonDocument::Indented);
+    const QByteArray warning = QJsonDocument(QJsonObject{
+        {u"warning"_s,
+         u"Menu-bar titles and descriptions can hold personal information (names, addresses, "
+         u"messages). Read this file before sharing it."_s}}).toJson(QJsonDocument::Indented);
+    return warning.left(warning.lastIndexOf('}')).trimmed() + ",\n" + body.mid(body.indexOf('\n') + 1);
+}
+
+std::optional<QString> ScenarioExport::save(const QString& path, const QByteArray& json)
+{
+    const QFileInfo info(path);
+    if (info.isSymLink() || (info.exists() && !info.isFile()))
+        return u"%1 exists and is not a regular file; it is left as it is"_s.arg(path);
+    QSaveFile file(path);
+    file.setDirectWriteFallback(false);
+    if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size() || !file.commit())
+        return u"%1 could not be written: %2"_s.arg(path, file.errorString());
+    return std::nullopt;
+}
+
+} // namespace tk

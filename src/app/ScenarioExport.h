@@ -1,0 +1,69 @@
+#pragma once
+
+#include "app/DesktopServices.h"
+#include "core/Rect.h"
+#include "inspection/Accessibility.h"
+#include "inspection/Workspace.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QMutex>
+#include <QString>
+#include <optional>
+
+namespace tk {
+
+// Passes every request on to another accessibility interface and keeps what it answered,
+// element by element, so that what a scan saw can be written down again. Never prompts.
+class RecordingAccessibility final : public Accessibility {
+public:
+    // What one element answered; only what was asked is known.
+    struct Answers {
+        QHash<QString, AXAttribute> attributes;
+        std::optional<std::optional<QStringList>> actions;
+        std::optional<AXSettable> settable;
+    };
+
+    explicit RecordingAccessibility(Accessibility& inner) : m_inner(inner) {}
+
+    AXElementRef applicationElement(qint32 pid) override;
+    void setMessagingTimeout(const AXElementRef& element, double seconds) override;
+    AXAttribute attribute(const AXElementRef& element, const QString& name) override;
+    std::optional<QStringList> actionNames(const AXElementRef& element) override;
+    AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
+    bool isProcessTrusted() override { return m_inner.isProcessTrusted(); }
+    bool promptForTrust() override { return m_inner.isProcessTrusted(); }
+
+    // Nothing when the element was never asked anything.
+    std::optional<Answers> answers(const AXElementRef& element) const;
+    AXElementRef application(qint32 pid) const;
+
+private:
+    Accessibility& m_inner;
+    mutable QMutex m_mutex;
+    QHash<const AXElement*, Answers> m_answers;
+    QHash<qint32, AXElementRef> m_applications;
+    QList<AXElementRef> m_kept; // the keys stay valid while the recording lives
+};
+
+// The desktop around a scan, as the export writes it.
+struct ExportedDesktop {
+    QList<ScreenInfo> screens;
+    QList<RunningApplication> applications; // in the order the scan walked them
+    qint32 ownPid = 0;
+    std::optional<Rect> ownIcon; // accessibility space
+    bool trusted = false;
+};
+
+namespace ScenarioExport {
+
+// A scenario file that gives the same scan: what the recording read, and nothing more.
+QByteArray write(const RecordingAccessibility& recording, const ExportedDesktop& desktop);
+
+// Writes `json` to `path` in one step. Refuses to replace anything but a regular file;
+// the reason when it could not be written.
+std::optional<QString> save(const QString& path, const QByteArray& json);
+
+} // namespace ScenarioExport
+
+} // namespace tk
