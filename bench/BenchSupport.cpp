@@ -1,6 +1,7 @@
 #include "BenchSupport.h"
 
 #include <atomic>
+#include <benchmark/benchmark.h>
 #include <cstddef>
 #include <cstring>
 
@@ -61,6 +62,16 @@ bool instructionsRequested(int argc, char** argv)
             return RUNNING_ON_VALGRIND != 0;
     }
     return false;
+}
+
+int runBenchmarks(int& argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
 }
 
 } // namespace tk::bench

@@ -15,6 +15,9 @@ std::uint64_t allocations();
 // "<name>/<repetitions>", which scripts/bench.sh divides. Nothing else runs.
 bool instructionsRequested(int argc, char** argv);
 
+// Runs the benchmarks the command line selects; the exit code of the binary.
+int runBenchmarks(int& argc, char** argv);
+
 template <typename Operation>
 void countInstructions(const char* name, int repetitions, Operation&& operation)
 {

@@ -210,10 +210,5 @@ int main(int argc, char** argv)
         bench::countInstructions("scanner-6000-elements", 3, [&] { scan.run(); });
         return 0;
     }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return bench::runBenchmarks(argc, argv);
 }
