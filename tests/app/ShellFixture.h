@@ -17,25 +17,110 @@
 
 #include <QBuffer>
 #include <QCoreApplication>
-#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThreadPool>
 #include <memory>
 
 namespace tk {
 
+// The button inset in its window, so that the two frames differ, as they may on a Mac.
+inline Rect buttonInWindow(const Rect& window)
+{
+    return {window.x + 2, window.y + 1, window.width - 4, window.height - 2};
+}
+
+class InsetButtonItem final : public StatusItem {
+public:
+    explicit InsetButtonItem(std::unique_ptr<StatusItem> item) : m_item(std::move(item)) {}
+
+    bool hasButton() const override { return m_item->hasButton(); }
+    void setImage(const GlyphImage& glyph) override { m_item->setImage(glyph); }
+    QImage image() const override { return m_item->image(); }
+    void setToolTip(const QString& text) override { m_item->setToolTip(text); }
+    void setClickHandler(ClickHandler handler) override { m_item->setClickHandler(handler); }
+    std::optional<Rect> buttonWindowFrame() const override { return m_item->buttonWindowFrame(); }
+    std::optional<Rect> buttonFrameOnScreen() const override
+    {
+        const std::optional<Rect> window = m_item->buttonWindowFrame();
+        return window ? std::optional(buttonInWindow(*window)) : std::nullopt;
+    }
+    void popUpMenu(const QList<MenuEntry>& menu) override { m_item->popUpMenu(menu); }
+
+private:
+    std::unique_ptr<StatusItem> m_item;
+};
+
+// The default desktop with a second screen lower than the first, smaller than settings.
+inline SimScenario withSmallSecondScreen()
+{
+    SimScenario scenario = SimScenarioLoader::builtIn();
+    scenario.screens[1].frame = Rect{1512, 0, 800, 600};
+    scenario.screens[1].visibleFrame = Rect{1512, 0, 800, 570};
+    return scenario;
+}
+
+// The simulated platform, whose desktop services hand out status items with an inset button.
+class InsetButtonPlatform final : public DesktopServices, public Platform {
+public:
+    explicit InsetButtonPlatform(SimPlatform& sim)
+        : m_sim(sim), m_desktop(sim.simulatedDesktopServices())
+    {
+        for (auto signal :
+             {&DesktopServices::applicationLaunched, &DesktopServices::applicationTerminated,
+              &DesktopServices::screensDidSleep, &DesktopServices::screenParametersChanged,
+              &DesktopServices::reopenRequested})
+            connect(&m_desktop, signal, this, signal);
+    }
+
+    UserDefaults& userDefaults() override { return m_sim.userDefaults(); }
+    TimeSource& time() override { return m_sim.time(); }
+    LoginItemService& loginItems() override { return m_sim.loginItems(); }
+    FilePanels& filePanels() override { return m_sim.filePanels(); }
+    HotKeyService& hotKeys() override { return m_sim.hotKeys(); }
+    Accessibility& accessibility() override { return m_sim.accessibility(); }
+    Workspace& workspace() override { return m_sim.workspace(); }
+    NativeVisibilityBridge& visibilityBridge() override { return m_sim.visibilityBridge(); }
+    DesktopServices& desktopServices() override { return *this; }
+    PrivacySettings& privacySettings() override { return m_sim.privacySettings(); }
+
+    void becomeAccessory() override { m_desktop.becomeAccessory(); }
+    void activateApplication(qint32 pid) override { m_desktop.activateApplication(pid); }
+    void activateIgnoringOtherApps() override { m_desktop.activateIgnoringOtherApps(); }
+    QList<ScreenInfo> screens() const override { return m_desktop.screens(); }
+    std::optional<ScreenInfo> mainScreen() const override { return m_desktop.mainScreen(); }
+    QPointF pointerPosition() const override { return m_desktop.pointerPosition(); }
+    bool isAnyMouseButtonPressed() const override { return m_desktop.isAnyMouseButtonPressed(); }
+    std::unique_ptr<StatusItem> createStatusItem(double length, const QString& name) override
+    {
+        return std::make_unique<InsetButtonItem>(m_desktop.createStatusItem(length, name));
+    }
+    void bringToFront(QWidget& window) override { m_desktop.bringToFront(window); }
+    Rect windowFrame(const QWidget& window) const override { return m_desktop.windowFrame(window); }
+    void setWindowFrameOrigin(QWidget& window, const QPointF& origin) override
+    {
+        m_desktop.setWindowFrameOrigin(window, origin);
+    }
+    void prepareSettingsWindow(QWidget& w) override { m_desktop.prepareSettingsWindow(w); }
+    QString applicationPath() const override { return m_desktop.applicationPath(); }
+    QImage bundleIcon(int pixelSize) const override { return m_desktop.bundleIcon(pixelSize); }
+    QString bundleVersion() const override { return m_desktop.bundleVersion(); }
+
+private:
+    SimPlatform& m_sim;
+    SimDesktopServices& m_desktop;
+};
+
 // The application on the simulated desktop with virtual time, as a person would use it.
 struct Shell {
-    explicit Shell(SimScenario scenario = SimScenarioLoader::builtIn())
-        : platform(SimPlatform::forTests(std::move(scenario))),
+    explicit Shell(SimScenario scenario = SimScenarioLoader::builtIn(), bool insetButton = false)
+        : platform(SimPlatform::forTests(std::move(scenario))), insetPlatform(*platform),
+          appPlatform(insetButton ? static_cast<Platform&>(insetPlatform) : *platform),
           time(dynamic_cast<VirtualTimeSource&>(platform->time())), desktop(platform->desktop()),
           services(platform->simulatedDesktopServices()), hotKeys(*platform->simulatedHotKeys())
     {
         errors.open(QIODevice::ReadWrite);
         platform->userDefaults().setString(L10n::languageKey, QStringLiteral("es"));
-        app = std::make_unique<AppDelegate>(*platform, errors);
-        quits = std::make_unique<QSignalSpy>(app.get(), &AppDelegate::quitRequested);
+        restart();
     }
 
     // A new application object over the same desktop, as a later launch would find it.
@@ -43,7 +128,7 @@ struct Shell {
     {
         quits.reset();
         app.reset();
-        app = std::make_unique<AppDelegate>(*platform, errors);
+        app = std::make_unique<AppDelegate>(appPlatform, errors);
         quits = std::make_unique<QSignalSpy>(app.get(), &AppDelegate::quitRequested);
     }
 
@@ -77,8 +162,7 @@ struct Shell {
             QCoreApplication::processEvents();
     }
 
-    // Until no scan runs and nothing is left to deliver; time stands still meanwhile,
-    // except what the scan itself takes.
+    // Until no scan runs and nothing is left to deliver; virtual time stands still.
     bool settled()
     {
         drain();
@@ -88,8 +172,7 @@ struct Shell {
         return ended;
     }
 
-    // Lets `seconds` pass in steps of one interaction tick, each step's work done before the
-    // next one starts, as on a real main thread.
+    // Lets `seconds` pass a tick at a time, each tick's work done before the next one.
     void pass(double seconds)
     {
         const double end = time.now() + seconds;
@@ -131,6 +214,8 @@ struct Shell {
     }
 
     std::unique_ptr<SimPlatform> platform;
+    InsetButtonPlatform insetPlatform;
+    Platform& appPlatform;
     VirtualTimeSource& time;
     SimDesktop& desktop;
     SimDesktopServices& services;
@@ -138,42 +223,6 @@ struct Shell {
     QBuffer errors;
     std::unique_ptr<AppDelegate> app;
     std::unique_ptr<QSignalSpy> quits;
-};
-
-// Keeps every scan waiting in the thread pool until released, so that a test can act while
-// one runs. Release it before the application goes away: the inspector waits for its walk.
-class HeldScans {
-public:
-    HeldScans() : m_previousMaximum(QThreadPool::globalInstance()->maxThreadCount())
-    {
-        QThreadPool::globalInstance()->setMaxThreadCount(1);
-        QThreadPool::globalInstance()->start([this] {
-            m_started.release();
-            m_gate.acquire();
-        });
-        m_started.acquire();
-    }
-    ~HeldScans()
-    {
-        release();
-        QThreadPool::globalInstance()->waitForDone();
-        QThreadPool::globalInstance()->setMaxThreadCount(m_previousMaximum);
-    }
-    HeldScans(const HeldScans&) = delete;
-    HeldScans& operator=(const HeldScans&) = delete;
-
-    void release()
-    {
-        if (!m_released)
-            m_gate.release();
-        m_released = true;
-    }
-
-private:
-    int m_previousMaximum;
-    QSemaphore m_started;
-    QSemaphore m_gate;
-    bool m_released = false;
 };
 
 } // namespace tk

@@ -4,7 +4,7 @@
 
 using namespace tk;
 
-using Path = std::optional<QString>;
+using namespace Qt::StringLiterals;
 
 class TestCommandLine : public QObject {
     Q_OBJECT
@@ -16,66 +16,43 @@ private Q_SLOTS:
 
 void TestCommandLine::parse_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<Path>("diagnostic");
-    QTest::addColumn<bool>("singleInstanceCheck");
-    QTest::addColumn<Path>("uiReport");
-    QTest::addColumn<bool>("settings");
-    QTest::addColumn<Path>("scenario");
-    const QString app = QStringLiteral("/Applications/Tuckaway.app/Contents/MacOS/Tuckaway");
-    const auto p = [](const char* path) { return Path(QString::fromUtf8(path)); };
-    const auto args = [&](std::initializer_list<const char*> rest) {
-        QStringList list{app};
-        for (const char* a : rest)
-            list << QString::fromUtf8(a);
-        return list;
-    };
+    QTest::addColumn<QStringList>("arguments"); // after the program path
+    // Diagnostic report (path, asked for), UI report, settings, scenario, script, export.
+    QTest::addColumn<CommandLine>("expected");
+    const QString x = u"/tmp/x.txt"_s;
+    const QString settings = u"--settings"_s;
+    const QString diagnostic = u"--diagnostic-report"_s;
 
-    QTest::newRow("nothing") << args({}) << Path() << true << Path() << false << Path();
     QTest::newRow("diagnostic with a path")
-        << args({"--diagnostic-report", "/tmp/x.txt"}) << p("/tmp/x.txt") << false << Path()
-        << false << Path();
+        << QStringList{diagnostic, x} << CommandLine{x, true, {}, false, {}, {}, {}};
     QTest::newRow("diagnostic last: ignored, but no single-instance check")
-        << args({"--settings", "--diagnostic-report"}) << Path() << false << Path() << true
-        << Path();
+        << QStringList{settings, diagnostic} << CommandLine{{}, true, {}, true, {}, {}, {}};
     QTest::newRow("first occurrence counts")
-        << args({"--ui-report", "/a.json", "--ui-report", "/b.json"}) << Path() << true
-        << p("/a.json") << false << Path();
+        << QStringList{u"--ui-report"_s, u"/a.json"_s, u"--ui-report"_s, u"/b.json"_s}
+        << CommandLine{{}, false, u"/a.json"_s, false, {}, {}, {}};
     QTest::newRow("a later occurrence without value changes nothing")
-        << args({"--scenario", "a.json", "--ui-report", "x", "--scenario"}) << Path() << true
-        << p("x") << false << p("a.json");
+        << QStringList{u"--scenario"_s, u"a.json"_s, u"--script"_s, u"s"_s, u"--scenario"_s}
+        << CommandLine{{}, false, {}, false, u"a.json"_s, u"s"_s, {}};
     QTest::newRow("the next argument is the value, even a switch")
-        << args({"--diagnostic-report", "--settings"}) << p("--settings") << false << Path() << true
-        << Path();
-    QTest::newRow("ui report last")
-        << args({"--ui-report"}) << Path() << true << Path() << false << Path();
-    QTest::newRow("every switch") << args({"--scenario", "desk.json", "--settings", "--ui-report",
-                                           "ui.json", "--diagnostic-report", "d.txt"})
-                                  << p("d.txt") << false << p("ui.json") << true << p("desk.json");
-    QTest::newRow("empty value counts")
-        << args({"--diagnostic-report", ""}) << p("") << false << Path() << false << Path();
-    QTest::newRow("the program path is searched too")
-        << QStringList{QStringLiteral("--settings")} << Path() << true << Path() << true << Path();
+        << QStringList{diagnostic, settings} << CommandLine{settings, true, {}, true, {}, {}, {}};
+    QTest::newRow("export, empty value counts")
+        << QStringList{u"--export-scenario"_s, QString()}
+        << CommandLine{{}, false, {}, false, {}, {}, QString()};
     QTest::newRow("near misses are not switches")
-        << args({"--Settings", "-settings", "--ui-report=x"}) << Path() << true << Path() << false
-        << Path();
+        << QStringList{u"--Settings"_s, u"-settings"_s, u"--ui-report=x"_s} << CommandLine{};
 }
 
 void TestCommandLine::parse()
 {
     QFETCH(QStringList, arguments);
-    QFETCH(Path, diagnostic);
-    QFETCH(bool, singleInstanceCheck);
-    QFETCH(Path, uiReport);
-    QFETCH(bool, settings);
-    QFETCH(Path, scenario);
-
-    const CommandLine line = CommandLine::parse(arguments);
-    QCOMPARE(line.diagnosticReportPath, diagnostic);
-    QCOMPARE(line.checksSingleInstance(), singleInstanceCheck);
-    QCOMPARE(line.uiReportPath, uiReport);
-    QCOMPARE(line.openSettings, settings);
-    QCOMPARE(line.scenarioPath, scenario);
+    QFETCH(CommandLine, expected);
+    const QString program = u"/Applications/Tuckaway.app/Contents/MacOS/Tuckaway"_s;
+    const CommandLine line = CommandLine::parse(QStringList{program} + arguments);
+    QCOMPARE(line, expected);
+    QCOMPARE(line.checksSingleInstance(), !arguments.contains(u"--diagnostic-report"_s) &&
+                                              !arguments.contains(u"--export-scenario"_s));
+    // The program path is searched too.
+    QCOMPARE(CommandLine::parse(arguments).openSettings, arguments.contains(u"--settings"_s));
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)
