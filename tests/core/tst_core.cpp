@@ -1,7 +1,6 @@
 #include "core/FileAccess.h"
 #include "core/Rect.h"
 #include "core/UserDefaults.h"
-#include "platform/sim/VirtualTime.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,196 +11,110 @@
 #include <sys/stat.h>
 
 using namespace tk;
+using namespace Qt::StringLiterals;
 
 class TestCore : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void typedReadsRefuseOtherTypes();
-    void settingsFileKeepsEveryTypeAcrossReopening_data();
-    void settingsFileKeepsEveryTypeAcrossReopening();
-    void settingsFileThatCannotBeUsedIsKept();
-    void virtualTimersFireInDueOrderAndExactlyOnTime();
-    void repeatingTimerRestartedFromItsOwnHandler();
-    void rectTextAndStandardisation();
-    void fileAccessTouchesOnlyRegularFiles_data();
-    void fileAccessTouchesOnlyRegularFiles();
-};
-
-void TestCore::typedReadsRefuseOtherTypes()
-{
-    InMemoryUserDefaults defaults;
-    defaults.setString(QStringLiteral("s"), QStringLiteral("true"));
-    defaults.setBytes(QStringLiteral("b"), QByteArray("{}"));
-    defaults.setRaw(QStringLiteral("mixed"), QVariantList{QStringLiteral("a"), 3});
-
-    QVERIFY(!defaults.bytes(QStringLiteral("s")));
-    QVERIFY(!defaults.boolean(QStringLiteral("s")));
-    QVERIFY(!defaults.string(QStringLiteral("b")));
-    QVERIFY(!defaults.stringList(QStringLiteral("mixed")));
-    QVERIFY(!defaults.boolean(QStringLiteral("missing")));
-    QCOMPARE(defaults.bytes(QStringLiteral("b")), std::optional<QByteArray>("{}"));
-}
-
-void TestCore::settingsFileKeepsEveryTypeAcrossReopening_data()
-{
-    QTest::addColumn<QStringList>("list");
-    QTest::newRow("empty") << QStringList{};
-    QTest::newRow("one") << QStringList{QStringLiteral("com.example.one")};
-    QTest::newRow("several") << QStringList{QStringLiteral("b"), QStringLiteral("a, c")};
-}
-
-// Each store reads the file afresh, as a new process does.
-void TestCore::settingsFileKeepsEveryTypeAcrossReopening()
-{
-    QFETCH(QStringList, list);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("Tuckaway/settings.json"));
-    const QByteArray json = QByteArrayLiteral("{\"mode\":\"manual\",\"\xc3\xa9\":[1]}\n\0\xff");
+    // Each store reads the file afresh, as a new process does. Reads are typed: a value of
+    // another type reads as absent.
+    void settingsFileKeepsEveryTypeAcrossReopening()
     {
-        FileUserDefaults defaults(path);
-        QVERIFY(defaults.problem().isEmpty());
-        defaults.setBytes(QStringLiteral("settings.v1"), json);
-        defaults.setString(QStringLiteral("interfaceLanguage"), QStringLiteral("es"));
-        defaults.setStringList(QStringLiteral("hiddenBundles"), list);
-        defaults.setBoolean(QStringLiteral("compact"), false);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"Tuckaway/settings.json"_s);
+        const QByteArray json = QByteArrayLiteral("{\"mode\":\"manual\",\"\xc3\xa9\":[1]}\n\0\xff");
+        const QStringList list{u"b"_s, u"a, c"_s};
+        {
+            FileUserDefaults defaults(path);
+            defaults.setBytes(u"record"_s, json);
+            defaults.setString(u"language"_s, u"es"_s);
+            defaults.setStringList(u"hidden"_s, list);
+            defaults.setBoolean(u"compact"_s, false);
+        }
+        const FileUserDefaults reopened(path);
+        QCOMPARE(reopened.bytes(u"record"_s), std::optional<QByteArray>(json));
+        QCOMPARE(reopened.string(u"language"_s), std::optional<QString>(u"es"_s));
+        QCOMPARE(reopened.stringList(u"hidden"_s), std::optional<QStringList>(list));
+        QCOMPARE(reopened.boolean(u"compact"_s), std::optional<bool>(false));
+        QVERIFY(!reopened.string(u"compact"_s) && !reopened.bytes(u"language"_s));
+        QVERIFY(!reopened.boolean(u"language"_s) && !reopened.stringList(u"language"_s));
+        InMemoryUserDefaults memory;
+        memory.setRaw(u"mixed"_s, QVariantList{u"a"_s, 3});
+        QVERIFY(!memory.stringList(u"mixed"_s));
     }
-    const FileUserDefaults reopened(path);
-    QCOMPARE(reopened.bytes(QStringLiteral("settings.v1")), std::optional<QByteArray>(json));
-    QCOMPARE(reopened.string(QStringLiteral("interfaceLanguage")),
-             std::optional<QString>(QStringLiteral("es")));
-    QCOMPARE(reopened.stringList(QStringLiteral("hiddenBundles")),
-             std::optional<QStringList>(list));
-    QCOMPARE(reopened.boolean(QStringLiteral("compact")), std::optional<bool>(false));
-    QVERIFY(!reopened.string(QStringLiteral("compact")));
-}
 
-// A file that is not ours is never lost: kept aside, or left alone when it is no file.
-void TestCore::settingsFileThatCannotBeUsedIsKept()
-{
-    QTemporaryDir dir;
-    const QString damaged = dir.filePath(QStringLiteral("damaged.json"));
-    QFile file(damaged);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("interfaceLanguage=es\n");
-    file.close();
+    // A file that is not ours is never lost: kept aside, or left alone when it is no file.
+    void settingsFileThatCannotBeUsedIsKept()
     {
-        FileUserDefaults defaults(damaged);
-        QVERIFY(defaults.problem().contains(damaged));
-        defaults.setString(QStringLiteral("interfaceLanguage"), QStringLiteral("en"));
-    }
-    QFile aside(damaged + QStringLiteral(".unreadable"));
-    QVERIFY(aside.open(QIODevice::ReadOnly));
-    QCOMPARE(aside.readAll(), QByteArray("interfaceLanguage=es\n"));
-    QCOMPARE(FileUserDefaults(damaged).string(QStringLiteral("interfaceLanguage")),
-             std::optional<QString>(QStringLiteral("en")));
-
-    const QString pipe = dir.filePath(QStringLiteral("pipe.json"));
-    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    FileUserDefaults defaults(pipe);
-    QVERIFY(defaults.problem().contains(pipe));
-    defaults.setBoolean(QStringLiteral("compact"), true);
-    QCOMPARE(defaults.boolean(QStringLiteral("compact")), std::optional<bool>(true));
-    QVERIFY(!QFileInfo(pipe).isFile());
-}
-
-void TestCore::virtualTimersFireInDueOrderAndExactlyOnTime()
-{
-    VirtualTimeSource time;
-    QStringList fired;
-    auto late =
-        time.createTimer([&] { fired << QStringLiteral("late@") + QString::number(time.now()); });
-    auto early =
-        time.createTimer([&] { fired << QStringLiteral("early@") + QString::number(time.now()); });
-    late->start(5.0, false);
-    early->start(1.0, false);
-
-    time.advance(4.999);
-    QCOMPARE(fired, QStringList{QStringLiteral("early@1")});
-    time.advance(0.001);
-    QCOMPARE(fired, (QStringList{QStringLiteral("early@1"), QStringLiteral("late@5")}));
-    QVERIFY(!late->isActive());
-
-    late->start(1.0, false);
-    late.reset(); // a destroyed timer never fires
-    time.advance(10);
-    QCOMPARE(fired.size(), 2);
-}
-
-void TestCore::repeatingTimerRestartedFromItsOwnHandler()
-{
-    VirtualTimeSource time;
-    int ticks = 0;
-    std::unique_ptr<Timer> timer;
-    timer = time.createTimer([&] {
-        if (++ticks == 3)
-            timer->stop();
-    });
-    timer->start(0.25, true);
-    time.advance(10);
-    QCOMPARE(ticks, 3);
-    QCOMPARE(time.activeTimerCount(), 0);
-}
-
-void TestCore::rectTextAndStandardisation()
-{
-    QCOMPARE((Rect{0, 0, 100, 22}.text()), QStringLiteral("{{0, 0}, {100, 22}}"));
-    QCOMPARE((Rect{1512.5, -0.0, 0.1, 1e21}.text()), QStringLiteral("{{1512.5, 0}, {0.1, 1e+21}}"));
-    const Rect flipped = Rect{10, 10, -4, -6}.standardized();
-    QCOMPARE(flipped, (Rect{6, 4, 4, 6}));
-    QCOMPARE((Rect{10, 10, -4, -6}.maxX()), 10.0);
-    QVERIFY(Rect::null().isNull() && Rect::null().isEmpty() && !Rect::null().isFinite());
-    const double inf = std::numeric_limits<double>::infinity();
-    QVERIFY((Rect{inf, 0, 5, 5}.isNull()) && (Rect{0, inf, 5, 5}.isNull()));
-    QVERIFY(!(Rect{-inf, 0, 5, 5}.isNull()));
-    QVERIFY(Rect::infinite().isInfinite());
-    QVERIFY(!(Rect{0, std::numeric_limits<double>::quiet_NaN(), 1, 1}.isFinite()));
-}
-
-void TestCore::fileAccessTouchesOnlyRegularFiles_data()
-{
-    QTest::addColumn<QString>("before"); // what stands at the path
-    QTest::addColumn<bool>("readable");
-    QTest::addColumn<bool>("writable");
-    QTest::newRow("nothing") << QStringLiteral("nothing") << false << true;
-    QTest::newRow("small file") << QStringLiteral("small") << true << true;
-    QTest::newRow("file past the limit") << QStringLiteral("large") << false << true;
-    QTest::newRow("folder") << QStringLiteral("folder") << false << false;
-    QTest::newRow("named pipe without writer") << QStringLiteral("pipe") << false << false;
-}
-
-void TestCore::fileAccessTouchesOnlyRegularFiles()
-{
-    QFETCH(QString, before);
-    QFETCH(bool, readable);
-    QFETCH(bool, writable);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("target"));
-    QFile file(path);
-    if (before == QLatin1String("small") || before == QLatin1String("large")) {
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(before == QLatin1String("small") ? 10 : 11, 'x'));
+        QTemporaryDir dir;
+        const QString damaged = dir.filePath(u"damaged.json"_s);
+        QFile file(damaged);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("language=es\n") > 0);
         file.close();
-    } else if (before == QLatin1String("folder")) {
-        QVERIFY(QDir().mkdir(path));
-    } else if (before == QLatin1String("pipe")) {
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        {
+            FileUserDefaults defaults(damaged);
+            QVERIFY(defaults.problem().contains(damaged));
+            defaults.setString(u"language"_s, u"en"_s);
+        }
+        QFile aside(damaged + u".unreadable"_s);
+        QVERIFY(aside.open(QIODevice::ReadOnly));
+        QCOMPARE(aside.readAll(), QByteArray("language=es\n"));
+        QCOMPARE(FileUserDefaults(damaged).string(u"language"_s), std::optional<QString>(u"en"_s));
+
+        const QString pipe = dir.filePath(u"pipe.json"_s);
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        FileUserDefaults defaults(pipe);
+        QVERIFY(defaults.problem().contains(pipe));
+        defaults.setBoolean(u"compact"_s, true);
+        QCOMPARE(defaults.boolean(u"compact"_s), std::optional<bool>(true));
+        QVERIFY(!QFileInfo(pipe).isFile());
     }
 
-    const Result<QByteArray> read = FileAccess::readRegularFile(path, 10);
-    QCOMPARE(read.ok(), readable);
-    QVERIFY(read.ok() || !read.error().description.isEmpty());
-    const std::optional<QString> failure = FileAccess::writeAtomically(path, "new");
-    QCOMPARE(!failure, writable);
-    if (writable) {
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), QByteArray("new"));
-    } else {
-        QVERIFY(!failure->isEmpty());
-        const QFileInfo left(path);
-        QVERIFY(left.exists() && !left.isFile()); // still the folder or the pipe
+    void rectTextAndStandardisation()
+    {
+        const double inf = std::numeric_limits<double>::infinity();
+        QCOMPARE((Rect{0, 0, 100, 22}.text()), u"{{0, 0}, {100, 22}}"_s);
+        QCOMPARE((Rect{1512.5, -0.0, 0.1, 1e21}.text()), u"{{1512.5, 0}, {0.1, 1e+21}}"_s);
+        QCOMPARE((Rect{10, 10, -4, -6}.standardized()), (Rect{6, 4, 4, 6}));
+        QCOMPARE((Rect{10, 10, -4, -6}.maxX()), 10.0);
+        QVERIFY(Rect::null().isNull() && Rect::null().isEmpty() && !Rect::null().isFinite());
+        QVERIFY((Rect{inf, 0, 5, 5}.isNull()) && (Rect{0, inf, 5, 5}.isNull()));
+        QVERIFY(!(Rect{-inf, 0, 5, 5}.isNull()));
+        QVERIFY(Rect::infinite().isInfinite());
+        QVERIFY(!(Rect{0, std::numeric_limits<double>::quiet_NaN(), 1, 1}.isFinite()));
     }
-}
+
+    // Only a regular file within the limit is read; what is no regular file is never replaced.
+    void fileAccessTouchesOnlyRegularFiles()
+    {
+        QTemporaryDir dir;
+        const auto path = [&dir](const char* name) { return dir.filePath(QLatin1String(name)); };
+        for (const auto& [name, size] : {std::pair("atLimit", 10), std::pair("pastLimit", 11)}) {
+            QFile file(path(name));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(size, 'x')) == size);
+        }
+        QVERIFY(QDir().mkdir(path("folder")));
+        QCOMPARE(::mkfifo(QFile::encodeName(path("pipe")).constData(), 0600), 0);
+
+        QCOMPARE(FileAccess::readRegularFile(path("atLimit"), 10).value(), QByteArray(10, 'x'));
+        for (const char* name : {"nothing", "pastLimit", "folder", "pipe"}) {
+            const Result<QByteArray> read = FileAccess::readRegularFile(path(name), 10);
+            QVERIFY2(!read.ok() && !read.error().description.isEmpty(), name);
+        }
+        for (const char* name : {"nothing", "atLimit", "pastLimit"}) {
+            QVERIFY(!FileAccess::writeAtomically(path(name), "new"));
+            QFile file(path(name));
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.readAll(), QByteArray("new"));
+        }
+        for (const char* name : {"folder", "pipe"}) {
+            const std::optional<QString> failure = FileAccess::writeAtomically(path(name), "new");
+            QVERIFY2(failure && !failure->isEmpty(), name);
+            QVERIFY(QFileInfo::exists(path(name)) && !QFileInfo(path(name)).isFile());
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestCore)
 #include "tst_core.moc"

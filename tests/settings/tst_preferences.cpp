@@ -13,21 +13,17 @@
 #include <sys/stat.h>
 
 using namespace tk;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString incompatible =
-    QStringLiteral("El archivo contiene una versión u opciones incompatibles.");
+const QString incompatible = u"El archivo contiene una versión u opciones incompatibles."_s;
 
-QByteArray recordJson(const QString& hiddenJson, int delay = 10)
+QByteArray storedRecord(qint64 delay = 10)
 {
-    return QStringLiteral(
-               R"({"version":1,"mode":"manual","symbol":"dots","showOnLaunch":false,)"
-               R"("startCollapsed":false,"autoCollapse":true,"delay":%1,"hoverReveal":false,)"
-               R"("compact":false,"hiddenBundles":%2,"selected":[]})")
-        .arg(delay)
-        .arg(hiddenJson)
-        .toUtf8();
+    SettingsData record;
+    record.delay = delay;
+    return record.encoded(SettingsData::Form::Stored);
 }
 
 void writeFile(const QString& path, const QByteArray& content)
@@ -39,438 +35,286 @@ void writeFile(const QString& path, const QByteArray& content)
 
 } // namespace
 
+// Each test starts on an empty store, in Spanish; `restart` reads the preferences anew from
+// the store, as the next start of the application does.
 class TestPreferences : public QObject {
     Q_OBJECT
 
 private:
-    struct Fixture {
-        InMemoryUserDefaults defaults;
-        SimLoginItems login;
-        ScriptedFilePanels panels;
-        std::unique_ptr<Preferences> make()
-        {
-            return std::make_unique<Preferences>(defaults, login, panels);
-        }
-    };
-
     QTemporaryDir m_dir;
+    std::unique_ptr<InMemoryUserDefaults> defaults;
+    std::unique_ptr<SimLoginItems> login;
+    std::unique_ptr<ScriptedFilePanels> panels;
+    std::unique_ptr<Preferences> prefs;
+
+    void restart() { prefs = std::make_unique<Preferences>(*defaults, *login, *panels); }
 
 private Q_SLOTS:
-    void firstStartUsesDefaultsAndWritesNothing();
-    void unusableStoredRecordFallsBackToOlderKeys_data();
-    void unusableStoredRecordFallsBackToOlderKeys();
-    void storedRecordIsUsedValidatedWithoutRewrite();
-    void everyAssignmentSavesAndNotifiesEvenWhenEqual();
-    void setHiddenMovesToEndOrRemovesEveryCopy();
-    void changesSurviveARestartPastTheListLimits_data();
-    void changesSurviveARestartPastTheListLimits();
-    void exportProposesNameByLanguageAndWritesExportedForm();
-    void exportFailureLeavesNoFileAndReportsTheReason();
-    void cancelledPanelsAndEmptyBackupSaySomethingNowhere();
-    void importRoundTripKeepsPreviousRecordAsBackup();
-    void importOfTheLargestAllowedFileProceeds();
-    void refusedImportsChangeNothing_data();
-    void refusedImportsChangeNothing();
-    void resetTwiceThenRecoverGivesDefaultsAndRecoverTwiceSwapsBack();
-    void loginSwitchShowsWhatTheSystemDid();
-    void autostartEntryLifecycle();
-};
+    void init()
+    {
+        prefs.reset();
+        defaults = std::make_unique<InMemoryUserDefaults>();
+        login = std::make_unique<SimLoginItems>();
+        panels = std::make_unique<ScriptedFilePanels>();
+        defaults->setString(L10n::languageKey, u"es"_s);
+        restart();
+    }
 
-void TestPreferences::firstStartUsesDefaultsAndWritesNothing()
-{
-    Fixture f;
-    f.defaults.setString(L10n::languageKey, QStringLiteral("es"));
-    auto prefs = f.make();
-    QCOMPARE(prefs->data(), SettingsData());
-    QCOMPARE(prefs->language(), QStringLiteral("es"));
-    QVERIFY(!prefs->hasBackup());
-    QVERIFY(!prefs->needsApply());
-    QCOMPARE(prefs->hotkeyStatus(), QStringLiteral("Atajo desactivado."));
-    QCOMPARE(f.defaults.writeCount(), 1); // only the language set up above
-}
+    void unusableStoredRecordFallsBackToOlderKeys_data()
+    {
+        QTest::addColumn<QByteArray>("stored");
+        QTest::newRow("nothing stored") << QByteArray();
+        QTest::newRow("delay out of range") << storedRecord(7);
+        QTest::newRow("not utf-8") << QByteArray("{\"version\":\xff\xfe}");
+        QTest::newRow("wrong type") << storedRecord().replace("[]", "\"a\"");
+        QTest::newRow("megabytes") << QByteArray(4 * 1024 * 1024, '[');
+    }
 
-void TestPreferences::unusableStoredRecordFallsBackToOlderKeys_data()
-{
-    QTest::addColumn<QByteArray>("stored");
-    QTest::newRow("delay out of range") << recordJson(QStringLiteral("[]"), 7);
-    QTest::newRow("not json") << QByteArray("settings, please");
-    QTest::newRow("not utf-8") << QByteArray("{\"version\":\xff\xfe}");
-    QTest::newRow("wrong type") << QByteArray(recordJson(QStringLiteral("\"a\"")));
-    QTest::newRow("megabytes") << QByteArray(4 * 1024 * 1024, '[');
-}
+    // The older keys are taken as they are, and the start writes nothing.
+    void unusableStoredRecordFallsBackToOlderKeys()
+    {
+        QFETCH(QByteArray, stored);
+        if (!stored.isNull())
+            defaults->setBytes(Preferences::recordKey, stored);
+        defaults->setStringList(Preferences::legacyHiddenKey, {u"z"_s, u"a"_s});
+        defaults->setStringList(Preferences::legacySelectedKey, {u"s"_s});
+        defaults->setBoolean(Preferences::legacyCompactKey, true);
+        defaults->setBytes(Preferences::backupKey, QByteArray("not even json"));
+        const int writesBefore = defaults->writeCount();
+        restart();
+        SettingsData expected;
+        expected.hiddenBundles = {u"z"_s, u"a"_s};
+        expected.selected = {u"s"_s};
+        expected.compact = true;
+        QCOMPARE(prefs->data(), expected);
+        QVERIFY(prefs->hasBackup()); // its content is not examined at start
+        QCOMPARE(defaults->writeCount(), writesBefore);
+    }
 
-void TestPreferences::unusableStoredRecordFallsBackToOlderKeys()
-{
-    QFETCH(QByteArray, stored);
-    Fixture f;
-    f.defaults.setBytes(Preferences::recordKey, stored);
-    f.defaults.setStringList(Preferences::legacyHiddenKey,
-                             {QStringLiteral("z"), QStringLiteral("a")});
-    f.defaults.setStringList(Preferences::legacySelectedKey, {QStringLiteral("s")});
-    f.defaults.setBoolean(Preferences::legacyCompactKey, true);
-    f.defaults.setBytes(Preferences::backupKey, QByteArray("not even json"));
-    const int writesBefore = f.defaults.writeCount();
+    // Assigning the value already held still saves it and notifies.
+    void everyAssignmentSavesAndNotifiesEvenWhenEqual()
+    {
+        QSignalSpy any(prefs.get(), &Preferences::changed);
+        defaults->setString(L10n::languageKey, u"en"_s);
+        prefs->setLanguage(u"es"_s);
+        QCOMPARE(defaults->string(L10n::languageKey), std::optional<QString>(u"es"_s));
+        prefs->setData(prefs->data());
+        QVERIFY(defaults->bytes(Preferences::recordKey).has_value());
+        QCOMPARE(any.count(), 3); // the language, the record, needsApply
+    }
 
-    auto prefs = f.make();
-    SettingsData expected;
-    expected.hiddenBundles = {QStringLiteral("z"), QStringLiteral("a")}; // taken as it is
-    expected.selected = {QStringLiteral("s")};
-    expected.compact = true;
-    QCOMPARE(prefs->data(), expected);
-    QVERIFY(prefs->hasBackup()); // its content is not examined at start
-    QVERIFY(prefs->notice().isEmpty());
-    QCOMPARE(f.defaults.writeCount(), writesBefore);
-    QCOMPARE(f.defaults.bytes(Preferences::recordKey), std::optional<QByteArray>(stored));
-}
+    // A stored record is read back validated, its lists normalised.
+    void setHiddenMovesToEndOrRemovesEveryCopy()
+    {
+        SettingsData record;
+        record.hiddenBundles = {u"a"_s, u"b"_s, u"a"_s, u"c"_s};
+        prefs->setData(record);
+        prefs->setHidden(u"a"_s, true);
+        QCOMPARE(prefs->data().hiddenBundles, (QStringList{u"b"_s, u"c"_s, u"a"_s}));
+        restart();
+        QCOMPARE(prefs->data().hiddenBundles, (QStringList{u"a"_s, u"b"_s, u"c"_s}));
+        prefs->setHidden(u"a"_s, false);
+        prefs->setHidden(u"A"_s, false); // exact comparison: nothing else goes
+        QCOMPARE(prefs->data().hiddenBundles, (QStringList{u"b"_s, u"c"_s}));
+    }
 
-void TestPreferences::storedRecordIsUsedValidatedWithoutRewrite()
-{
-    Fixture f;
-    const QByteArray stored = recordJson(QStringLiteral(R"(["b","a","b"])"));
-    f.defaults.setBytes(Preferences::recordKey, stored);
-    auto prefs = f.make();
-    QCOMPARE(prefs->data().hiddenBundles, (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
-    QCOMPARE(prefs->data().mode, QStringLiteral("manual"));
-    QCOMPARE(f.defaults.bytes(Preferences::recordKey), std::optional<QByteArray>(stored));
-}
+    void changesSurviveARestartPastTheListLimits_data()
+    {
+        QTest::addColumn<QStringList>("older"); // under the older "hiddenBundles" key
+        QTest::addColumn<QString>("hide");      // hidden after the start; empty: the delay changes
+        QStringList six;
+        for (int i = 0; i < 600; ++i)
+            six << u"com.example.app%1"_s.arg(i, 3, 10, QLatin1Char('0'));
+        QTest::newRow("600 older entries") << six << QString();
+        QTest::newRow("an empty older entry") << QStringList{u"a"_s, QString()} << QString();
+        QTest::newRow("a 501st entry") << six.mid(0, 500) << u"com.example.new"_s;
+    }
 
-void TestPreferences::everyAssignmentSavesAndNotifiesEvenWhenEqual()
-{
-    Fixture f;
-    auto prefs = f.make();
-    QSignalSpy data(prefs.get(), &Preferences::dataChanged);
-    QSignalSpy apply(prefs.get(), &Preferences::needsApplyChanged);
-    QSignalSpy language(prefs.get(), &Preferences::languageChanged);
-    QSignalSpy notice(prefs.get(), &Preferences::noticeChanged);
-    QSignalSpy any(prefs.get(), &Preferences::changed);
-
-    prefs->setData(prefs->data());
-    QCOMPARE(data.count(), 1);
-    QCOMPARE(apply.count(), 1);
-    QVERIFY(prefs->needsApply());
-    QCOMPARE(f.defaults.bytes(Preferences::recordKey),
-             std::optional<QByteArray>(SettingsData().encoded(SettingsData::Form::Stored)));
-
-    prefs->setLanguage(QStringLiteral("es"));
-    f.defaults.setString(L10n::languageKey, QStringLiteral("en"));
-    prefs->setLanguage(QStringLiteral("es"));
-    QCOMPARE(language.count(), 2);
-    QCOMPARE(f.defaults.string(L10n::languageKey), std::optional<QString>(QStringLiteral("es")));
-
-    prefs->setNotice(QString());
-    prefs->setNotice(QString());
-    QCOMPARE(notice.count(), 2);
-    QCOMPARE(any.count(), 6);
-}
-
-void TestPreferences::setHiddenMovesToEndOrRemovesEveryCopy()
-{
-    Fixture f;
-    auto prefs = f.make();
-    SettingsData record;
-    record.hiddenBundles = {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("a"),
-                            QStringLiteral("c")};
-    prefs->setData(record);
-    QSignalSpy saves(prefs.get(), &Preferences::dataChanged);
-
-    prefs->setHidden(QStringLiteral("a"), true);
-    QCOMPARE(prefs->data().hiddenBundles,
-             (QStringList{QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("a")}));
-    QCOMPARE(saves.count(), 2);
-
-    prefs->setHidden(QStringLiteral("a"), false);
-    prefs->setHidden(QStringLiteral("A"), false); // exact comparison: nothing else goes
-    QCOMPARE(prefs->data().hiddenBundles, (QStringList{QStringLiteral("b"), QStringLiteral("c")}));
-    QCOMPARE(saves.count(), 4);
-    const auto stored = SettingsData::decoded(*f.defaults.bytes(Preferences::recordKey));
-    QCOMPARE(stored->hiddenBundles, prefs->data().hiddenBundles);
-}
-
-void TestPreferences::changesSurviveARestartPastTheListLimits_data()
-{
-    QTest::addColumn<QStringList>("older"); // under the older "hiddenBundles" key
-    QTest::addColumn<QString>("hide");      // hidden after the start; empty: the delay changes
-    QStringList six, five;
-    for (int i = 0; i < 600; ++i)
-        (i < 500 ? five : six)
-            << QStringLiteral("com.example.app%1").arg(i, 3, 10, QLatin1Char('0'));
-    six = five + six;
-    QTest::newRow("600 older entries") << six << QString();
-    QTest::newRow("an empty older entry")
-        << QStringList{QStringLiteral("a"), QString()} << QString();
-    QTest::newRow("a 501st entry") << five << QStringLiteral("com.example.new");
-}
-
-// The start takes the older keys as they are; what the user does afterwards must still be
-// there at the next start, which refuses a stored record beyond the limits.
-void TestPreferences::changesSurviveARestartPastTheListLimits()
-{
-    QFETCH(QStringList, older);
-    QFETCH(QString, hide);
-    Fixture f;
-    f.defaults.setStringList(Preferences::legacyHiddenKey, older);
-    auto prefs = f.make();
-    QCOMPARE(prefs->data().hiddenBundles, older);
-    if (hide.isEmpty()) {
+    // What the user does after a start from the older keys must still be there at the next start,
+    // which refuses a stored record beyond the limits.
+    void changesSurviveARestartPastTheListLimits()
+    {
+        QFETCH(QStringList, older);
+        QFETCH(QString, hide);
+        defaults->setStringList(Preferences::legacyHiddenKey, older);
+        restart();
         SettingsData changed = prefs->data();
         changed.delay = 30;
-        prefs->setData(changed);
-    } else {
-        prefs->setHidden(hide, true);
+        if (hide.isEmpty())
+            prefs->setData(changed);
+        else
+            prefs->setHidden(hide, true);
+        const SettingsData before = prefs->data();
+        QVERIFY(hide.isEmpty() ? before.delay == 30 : before.hiddenBundles.constLast() == hide);
+        restart();
+        QCOMPARE(prefs->data(), before.validated().value());
     }
-    const SettingsData before = prefs->data();
-    QVERIFY(hide.isEmpty() ? before.delay == 30 : before.hiddenBundles.constLast() == hide);
-    QVERIFY(before.validated().ok());
-    QCOMPARE(f.make()->data(), before.validated().value());
-}
 
-void TestPreferences::exportProposesNameByLanguageAndWritesExportedForm()
-{
-    Fixture f;
-    auto prefs = f.make();
-    SettingsData record;
-    record.hotkey = HotKeySettings();
-    prefs->setData(record);
-    prefs->setNeedsApply(false);
-    const QString path = m_dir.filePath(QStringLiteral("exported.json"));
+    // An export, under a name in the interface language, padded to the largest size an import
+    // takes, reads back whole; the record it replaces becomes the backup.
+    void exportAndImportRoundTrip()
+    {
+        SettingsData exported;
+        exported.mode = u"manual"_s;
+        exported.hiddenBundles = {u"b.b"_s, u"a.a"_s};
+        exported.hotkey = HotKeySettings{false, u"Space"_s, u"controlShift"_s, u"showAll"_s};
+        prefs->setData(exported);
+        prefs->setNeedsApply(false);
+        prefs->exportSettings(); // cancelled: nothing to say
+        QVERIFY(prefs->notice().isEmpty());
+        const QString path = m_dir.filePath(u"exported.json"_s);
+        panels->answerNext(path);
+        prefs->exportSettings();
+        QCOMPARE(prefs->notice(), u"Configuración exportada."_s);
+        QVERIFY(!prefs->needsApply());
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QCOMPARE(file.readAll(), exported.encoded(SettingsData::Form::Exported));
+        QVERIFY(file.write(QByteArray(999'999 - file.size(), '\n')) > 0);
+        file.close();
 
-    prefs->setLanguage(QStringLiteral("es"));
-    f.panels.answerNext(path);
-    prefs->exportSettings();
-    prefs->setLanguage(QStringLiteral("en"));
-    f.panels.answerNext(std::nullopt);
-    prefs->exportSettings();
+        SettingsData current;
+        current.delay = 30;
+        prefs->setData(current);
+        panels->answerNext(path);
+        prefs->importSettings();
+        QCOMPARE(prefs->data(), exported.validated().value());
+        QCOMPARE(SettingsData::decoded(*defaults->bytes(Preferences::backupKey)).value(), current);
+        QCOMPARE(prefs->notice(), u"Configuración importada. Los iconos permanecen visibles "
+                                  u"hasta que decidas ocultarlos."_s);
 
-    QCOMPARE(f.panels.proposedNames(), (QStringList{QStringLiteral("Tuckaway-configuracion.json"),
-                                                    QStringLiteral("Tuckaway-settings.json")}));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), record.encoded(SettingsData::Form::Exported));
-    QCOMPARE(prefs->notice(), QStringLiteral("Configuración exportada."));
-    QVERIFY(!prefs->needsApply());
-}
+        prefs->setLanguage(u"en"_s);
+        const QString missing = m_dir.filePath(u"missing-folder/settings.json"_s);
+        panels->answerNext(missing);
+        prefs->exportSettings();
+        QVERIFY(!QFile::exists(missing));
+        QVERIFY(prefs->notice().startsWith(u"The file “settings.json” couldn’t be saved: "_s));
+        QCOMPARE(panels->proposedNames(),
+                 (QStringList{u"Tuckaway-configuracion.json"_s, u"Tuckaway-configuracion.json"_s,
+                              u"Tuckaway-settings.json"_s}));
+    }
 
-void TestPreferences::exportFailureLeavesNoFileAndReportsTheReason()
-{
-    Fixture f;
-    auto prefs = f.make();
-    const QString path = m_dir.filePath(QStringLiteral("missing-folder/settings.json"));
-    f.panels.answerNext(path);
-    prefs->exportSettings();
-    QVERIFY(!QFile::exists(path));
-    QVERIFY(
-        prefs->notice().startsWith(QStringLiteral("The file “settings.json” couldn’t be saved: ")));
-}
+    void refusedImportsChangeNothing_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("reason"); // what follows "No se importó: ", or a prefix of it
+        QByteArray tooLarge = storedRecord();
+        tooLarge.append(QByteArray(1'000'000 - tooLarge.size(), ' '));
+        QTest::newRow("1,000,000 bytes")
+            << tooLarge << u"The file “import.json” couldn’t be opened because it is too large"_s;
+        QTest::newRow("delay 15") << storedRecord(15) << incompatible;
+        QTest::newRow("no compact") << storedRecord().replace("\"compact\":false,", "")
+                                    << u"The value for key \"compact\""_s;
+        QTest::newRow("empty") << QByteArray() << QString();
+    }
 
-void TestPreferences::cancelledPanelsAndEmptyBackupSaySomethingNowhere()
-{
-    Fixture f;
-    auto prefs = f.make();
-    QSignalSpy notice(prefs.get(), &Preferences::noticeChanged);
-    prefs->exportSettings();
-    prefs->importSettings();
-    prefs->restoreBackup();
-    QCOMPARE(notice.count(), 0);
-    QCOMPARE(f.panels.openPanelCount(), 1);
-    QVERIFY(!prefs->hasBackup());
-}
+    void refusedImportsChangeNothing()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, reason);
+        SettingsData current;
+        current.symbol = u"single"_s;
+        prefs->setData(current);
+        const QString path = m_dir.filePath(u"import.json"_s);
+        writeFile(path, content);
+        const int writesBefore = defaults->writeCount();
+        prefs->importSettings(); // cancelled: nothing to say
+        QVERIFY(prefs->notice().isEmpty());
+        panels->answerNext(path);
+        prefs->importSettings();
+        const QString refused = u"No se importó: "_s;
+        QVERIFY2(prefs->notice().startsWith(refused + reason), qPrintable(prefs->notice()));
+        QVERIFY(prefs->notice().size() > refused.size());
+        QCOMPARE(prefs->data(), current);
+        QVERIFY(!prefs->hasBackup());
+        QCOMPARE(defaults->writeCount(), writesBefore);
+    }
 
-void TestPreferences::importRoundTripKeepsPreviousRecordAsBackup()
-{
-    Fixture f;
-    auto prefs = f.make();
-    SettingsData exported;
-    exported.mode = QStringLiteral("manual");
-    exported.hiddenBundles = {QStringLiteral("com.example.b"), QStringLiteral("com.example.a")};
-    exported.hotkey = HotKeySettings{false, QStringLiteral("Space"), QStringLiteral("controlShift"),
-                                     QStringLiteral("showAll")};
-    prefs->setData(exported);
-    const QString path = m_dir.filePath(QStringLiteral("roundtrip.json"));
-    f.panels.answerNext(path);
-    prefs->exportSettings();
+    void resetTwiceThenRecoverGivesDefaultsAndRecoverTwiceSwapsBack()
+    {
+        prefs->restoreBackup(); // no backup: nothing to say
+        QVERIFY(prefs->notice().isEmpty());
+        SettingsData mine;
+        mine.hoverReveal = true;
+        prefs->setData(mine);
+        prefs->resetSettings();
+        QCOMPARE(prefs->notice(),
+                 u"Valores iniciales restaurados. Puedes recuperar los ajustes anteriores."_s);
+        prefs->resetSettings();
+        prefs->restoreBackup();
+        QCOMPARE(prefs->data(), SettingsData()); // the first reset's record is gone
+        QCOMPARE(prefs->notice(), u"Configuración anterior recuperada. Se conservó una copia "
+                                  u"de la que acabas de sustituir."_s);
+        prefs->setData(mine);
+        prefs->resetSettings();
+        prefs->restoreBackup();
+        QCOMPARE(prefs->data(), mine);
+        prefs->restoreBackup();
+        QCOMPARE(prefs->data(), SettingsData());
 
-    SettingsData current;
-    current.delay = 30;
-    prefs->setData(current);
-    prefs->setNeedsApply(false);
-    f.panels.answerNext(path);
-    prefs->importSettings();
+        defaults->setBytes(Preferences::backupKey, storedRecord(7));
+        prefs->restoreBackup();
+        QCOMPARE(prefs->notice(), u"No se pudo recuperar: "_s + incompatible);
+        QCOMPARE(prefs->data(), SettingsData());
+    }
 
-    QCOMPARE(prefs->data(), exported.validated().value());
-    QVERIFY(prefs->needsApply());
-    QVERIFY(prefs->hasBackup());
-    QCOMPARE(SettingsData::decoded(*f.defaults.bytes(Preferences::backupKey)).value(), current);
-    QCOMPARE(prefs->notice(),
-             QStringLiteral("Configuración importada. Los iconos permanecen visibles "
-                            "hasta que decidas ocultarlos."));
-}
+    void loginSwitchShowsWhatTheSystemDid()
+    {
+        login->behaviour().requiresApproval = true;
+        prefs->setLogin(true);
+        QVERIFY(!prefs->loginEnabled());
+        QCOMPARE(prefs->notice(), u"Confirma el inicio de sesión en Ajustes del Sistema → "
+                                  u"General → Elementos de inicio."_s);
+        login->approve();
+        prefs->setLogin(true);
+        QVERIFY(prefs->loginEnabled());
+        QCOMPARE(prefs->notice(), u"Inicio de sesión actualizado."_s);
 
-void TestPreferences::importOfTheLargestAllowedFileProceeds()
-{
-    Fixture f;
-    auto prefs = f.make();
-    QByteArray padded = recordJson(QStringLiteral(R"(["com.example.big"])"));
-    padded.append(QByteArray(999'999 - padded.size(), '\n'));
-    const QString path = m_dir.filePath(QStringLiteral("largest.json"));
-    writeFile(path, padded);
-    f.panels.answerNext(path);
-    prefs->importSettings();
-    QCOMPARE(prefs->data().hiddenBundles, QStringList{QStringLiteral("com.example.big")});
-    QVERIFY(prefs->hasBackup());
-}
+        login->behaviour().unregisterFailure = Error{u"SM"_s, 1, u"Operation not permitted."_s};
+        prefs->setLogin(false);
+        QVERIFY(prefs->loginEnabled());
+        QCOMPARE(prefs->notice(), u"Operation not permitted."_s);
+        login->behaviour().unregisterFailure = Error{u"SMAppServiceErrorDomain"_s, 1, QString()};
+        prefs->setLogin(false);
+        QCOMPARE(prefs->notice(),
+                 u"The operation couldn’t be completed. (SMAppServiceErrorDomain error 1.)"_s);
+        restart();
+        QVERIFY(prefs->loginEnabled()); // as the system has it
+    }
 
-void TestPreferences::refusedImportsChangeNothing_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("reason"); // what follows "No se importó: ", or a prefix of it
+    void autostartEntryLifecycle()
+    {
+        QTemporaryDir home;
+        const QString executable = QCoreApplication::applicationFilePath();
+        XdgAutostart autostart(home.path(), executable);
+        const QString entry = autostart.entryPath();
+        QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
+        QVERIFY(!autostart.registerApp());
+        QCOMPARE(autostart.status(), LoginItemService::Status::Enabled);
+        QFile file(entry);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray content = file.readAll();
+        QVERIFY(content.startsWith("[Desktop Entry]\n"));
+        QVERIFY(content.contains("\nExec=\"" + executable.toUtf8() + "\"\n"));
+        QVERIFY(!autostart.unregisterApp());
+        QVERIFY(!QFile::exists(entry));
+        QVERIFY(!autostart.unregisterApp());
 
-    QByteArray padded = recordJson(QStringLiteral("[]"));
-    padded.append(QByteArray(999'999 - padded.size(), ' '));
-    QByteArray tooLarge = padded + ' ';
-    QByteArray withoutCompact = recordJson(QStringLiteral("[]")).replace("\"compact\":false,", "");
+        // An entry that starts another program is not this one's registration.
+        writeFile(entry, "[Desktop Entry]\nType=Application\nExec=/usr/bin/other\n");
+        QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
+        // A pipe in the entry's place neither blocks the status nor is replaced.
+        QVERIFY(QFile::remove(entry));
+        QCOMPARE(::mkfifo(QFile::encodeName(entry).constData(), 0600), 0);
+        QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
+        QVERIFY(autostart.registerApp().has_value());
+        QVERIFY(QFileInfo::exists(entry) && !QFileInfo(entry).isFile());
 
-    QTest::newRow("1,000,000 bytes")
-        << tooLarge
-        << QStringLiteral("The file “import.json” couldn’t be opened because it is too large");
-    QTest::newRow("version 2")
-        << recordJson(QStringLiteral("[]")).replace("\"version\":1", "\"version\":2")
-        << incompatible;
-    QTest::newRow("delay 15") << recordJson(QStringLiteral("[]"), 15) << incompatible;
-    QTest::newRow("no compact") << withoutCompact
-                                << QStringLiteral("The value for key \"compact\"");
-    QTest::newRow("not json") << QByteArray("{\"version\": 1,") << QString();
-    QTest::newRow("empty") << QByteArray() << QString();
-}
-
-void TestPreferences::refusedImportsChangeNothing()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(QString, reason);
-    Fixture f;
-    auto prefs = f.make();
-    SettingsData current;
-    current.symbol = QStringLiteral("single");
-    prefs->setData(current);
-    const QString path = m_dir.filePath(QStringLiteral("import.json"));
-    writeFile(path, content);
-    const int writesBefore = f.defaults.writeCount();
-
-    f.panels.answerNext(path);
-    prefs->importSettings();
-
-    QVERIFY2(prefs->notice().startsWith(QStringLiteral("No se importó: ") + reason),
-             qPrintable(prefs->notice()));
-    QVERIFY(prefs->notice().size() > QStringLiteral("No se importó: ").size());
-    QCOMPARE(prefs->data(), current);
-    QVERIFY(!prefs->hasBackup());
-    QCOMPARE(f.defaults.writeCount(), writesBefore);
-}
-
-void TestPreferences::resetTwiceThenRecoverGivesDefaultsAndRecoverTwiceSwapsBack()
-{
-    Fixture f;
-    auto prefs = f.make();
-    SettingsData mine;
-    mine.hoverReveal = true;
-    prefs->setData(mine);
-
-    prefs->resetSettings();
-    QCOMPARE(
-        prefs->notice(),
-        QStringLiteral("Valores iniciales restaurados. Puedes recuperar los ajustes anteriores."));
-    prefs->resetSettings();
-    prefs->restoreBackup();
-    QCOMPARE(prefs->data(), SettingsData()); // the first reset's record is gone
-    QCOMPARE(prefs->notice(),
-             QStringLiteral("Configuración anterior recuperada. Se conservó una copia "
-                            "de la que acabas de sustituir."));
-
-    prefs->setData(mine);
-    prefs->resetSettings();
-    prefs->restoreBackup();
-    QCOMPARE(prefs->data(), mine);
-    prefs->restoreBackup();
-    QCOMPARE(prefs->data(), SettingsData());
-
-    f.defaults.setBytes(Preferences::backupKey, recordJson(QStringLiteral("[]"), 7));
-    prefs->restoreBackup();
-    QCOMPARE(prefs->notice(), QStringLiteral("No se pudo recuperar: ") + incompatible);
-    QCOMPARE(prefs->data(), SettingsData());
-}
-
-void TestPreferences::loginSwitchShowsWhatTheSystemDid()
-{
-    Fixture f;
-    f.login.behaviour().requiresApproval = true;
-    auto prefs = f.make();
-
-    prefs->setLogin(true);
-    QVERIFY(!prefs->loginEnabled());
-    QCOMPARE(prefs->notice(),
-             QStringLiteral("Confirma el inicio de sesión en Ajustes del Sistema → "
-                            "General → Elementos de inicio."));
-    f.login.approve();
-    prefs->setLogin(true);
-    QVERIFY(prefs->loginEnabled());
-    QCOMPARE(prefs->notice(), QStringLiteral("Inicio de sesión actualizado."));
-
-    f.login.behaviour().unregisterFailure =
-        Error{QStringLiteral("SM"), 1, QStringLiteral("Operation not permitted.")};
-    prefs->setLogin(false);
-    QVERIFY(prefs->loginEnabled());
-    QCOMPARE(prefs->notice(), QStringLiteral("Operation not permitted."));
-    f.login.behaviour().unregisterFailure =
-        Error{QStringLiteral("SMAppServiceErrorDomain"), 1, QString()};
-    prefs->setLogin(false);
-    QCOMPARE(prefs->notice(), QStringLiteral("The operation couldn’t be completed. "
-                                             "(SMAppServiceErrorDomain error 1.)"));
-
-    Fixture enabledAtStart;
-    QVERIFY(!enabledAtStart.login.registerApp());
-    QVERIFY(enabledAtStart.make()->loginEnabled());
-}
-
-void TestPreferences::autostartEntryLifecycle()
-{
-    QTemporaryDir home;
-    XdgAutostart autostart(home.filePath(QStringLiteral("config")),
-                           QCoreApplication::applicationFilePath());
-    QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
-    QVERIFY(!autostart.registerApp());
-    QCOMPARE(autostart.status(), LoginItemService::Status::Enabled);
-    QFile entry(autostart.entryPath());
-    QVERIFY(entry.open(QIODevice::ReadOnly));
-    const QByteArray content = entry.readAll();
-    QVERIFY(content.startsWith("[Desktop Entry]\n"));
-    QVERIFY(
-        content.contains("\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n"));
-    QVERIFY(!autostart.unregisterApp());
-    QVERIFY(!QFile::exists(autostart.entryPath()));
-    QVERIFY(!autostart.unregisterApp());
-
-    // An entry that starts another program is not this one's registration.
-    writeFile(autostart.entryPath(), "[Desktop Entry]\nType=Application\nExec=/usr/bin/other\n");
-    QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
-    // A pipe in the entry's place neither blocks the status nor is replaced.
-    QVERIFY(QFile::remove(autostart.entryPath()));
-    QCOMPARE(::mkfifo(QFile::encodeName(autostart.entryPath()).constData(), 0600), 0);
-    QCOMPARE(autostart.status(), LoginItemService::Status::NotRegistered);
-    QVERIFY(autostart.registerApp().has_value());
-    QVERIFY(QFileInfo::exists(autostart.entryPath()) && !QFileInfo(autostart.entryPath()).isFile());
-
-    XdgAutostart missing(home.filePath(QStringLiteral("config")),
-                         home.filePath(QStringLiteral("no-such-binary")));
-    QCOMPARE(missing.status(), LoginItemService::Status::NotFound);
-    QVERIFY(missing.registerApp().has_value());
-
-    // A folder where the autostart folder should be makes registration fail cleanly.
-    writeFile(home.filePath(QStringLiteral("blocked")), QByteArray("file"));
-    XdgAutostart blocked(home.filePath(QStringLiteral("blocked")),
-                         QCoreApplication::applicationFilePath());
-    const auto failure = blocked.registerApp();
-    QVERIFY(failure.has_value());
-    QVERIFY(!failure->description.isEmpty());
-}
+        XdgAutostart missing(home.path(), home.filePath(u"no-such-binary"_s));
+        QCOMPARE(missing.status(), LoginItemService::Status::NotFound);
+        QVERIFY(missing.registerApp().has_value());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestPreferences)
 #include "tst_preferences.moc"
