@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 
 using namespace tk;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,24 +25,29 @@ public:
     QString operatingSystemVersionString() const override { return QString(); }
 };
 
-const QString scanReport = QStringLiteral("Fecha: 2026-01-01T09:00:00Z\nmacOS 15\nDetectados: 0");
+const QString scanReport = u"Fecha: 2026-01-01T09:00:00Z\nmacOS 15\nDetectados: 0"_s;
 
-// A process of the built application whose settings live in `configHome`, not the user's.
-// Empty where the program runs on the real desktop (a Mac): what it reads there is not a
-// test's to arrange.
+// The built application; empty where it would run on the real desktop (a Mac).
 const QString program = QStringLiteral(TUCKAWAY_BINARY);
 
-void startApplication(QProcess& process, const QString& configHome, const QStringList& arguments)
+struct Exit {
+    int code = -1;
+    QByteArray output;
+    QString errors;
+};
+
+// Runs the program with its settings in `configHome`, not the user's.
+Exit runProgram(const QString& configHome, const QStringList& arguments)
 {
+    QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
+    environment.insert(u"XDG_CONFIG_HOME"_s, configHome);
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
-}
-
-bool makePipe(const QString& path)
-{
-    return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
+    if (!process.waitForFinished(60000))
+        return {};
+    return {process.exitCode(), process.readAllStandardOutput(),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 QByteArray readAll(const QString& path)
@@ -50,11 +56,6 @@ QByteArray readAll(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-struct Outcome {
-    std::optional<bool> written;
-    QByteArray errors;
-};
-
 } // namespace
 
 class TestDiagnosticRun : public QObject {
@@ -62,154 +63,107 @@ class TestDiagnosticRun : public QObject {
 
 private:
     EmptyWorkspace workspace;
-    bool authorized = true;
-
-    Outcome run(const QString& path, bool backend, Inspector* inspector = nullptr)
-    {
-        Inspector own(
-            [](const QList<ScanApp>&) {
-                return ScanResult{{}, scanReport};
-            },
-            [this] { return authorized; }, workspace);
-        Inspector& used = inspector ? *inspector : own;
-        Outcome outcome;
-        QBuffer errors(&outcome.errors);
-        errors.open(QIODevice::WriteOnly);
-        DiagnosticRun::start(
-            used, path, [&] { return backend; }, errors,
-            [&](bool written) { outcome.written = written; });
-        if (!QTest::qWaitFor([&] { return outcome.written.has_value(); }))
-            qFatal("the diagnostic run never finished");
-        return outcome;
-    }
 
 private Q_SLOTS:
-    void writesReportThenBackendLine_data();
-    void writesReportThenBackendLine();
-    void replacesAnExistingFileWhole();
-    void withoutPermissionWritesTheMissingPermissionText();
-    void backendIsAskedAfterTheScan();
-    void unwritablePathGivesTheFailureLine_data();
-    void unwritablePathGivesTheFailureLine();
+    void writesTheReportThenTheBackendLine_data();
+    void writesTheReportThenTheBackendLine();
     void commandLineRunWritesTheFileAndQuits();
     void commandLineRunReportsAFailedWrite();
-    void commandLineRunPassesOverASettingsFileThatIsAPipe();
 };
 
-void TestDiagnosticRun::writesReportThenBackendLine_data()
+void TestDiagnosticRun::writesTheReportThenTheBackendLine_data()
 {
+    QTest::addColumn<QString>("name"); // in a fresh folder; "pipe" is made a named pipe first
     QTest::addColumn<bool>("backend");
-    QTest::newRow("available") << true;
-    QTest::newRow("unavailable") << false;
+    QTest::addColumn<bool>("authorized");
+    QTest::addColumn<bool>("written");
+    QTest::newRow("available") << u"diagnóstico.txt"_s << true << true << true;
+    QTest::newRow("unavailable") << u"diagnóstico.txt"_s << false << true << true;
+    QTest::newRow("without permission") << u"x.txt"_s << true << false << true;
+    QTest::newRow("inside a missing directory") << u"missing/x.txt"_s << false << true << false;
+    QTest::newRow("a directory") << u"."_s << false << true << false;
+    QTest::newRow("a named pipe") << u"pipe"_s << false << true << false;
 }
 
-void TestDiagnosticRun::writesReportThenBackendLine()
+void TestDiagnosticRun::writesTheReportThenTheBackendLine()
 {
+    QFETCH(QString, name);
     QFETCH(bool, backend);
+    QFETCH(bool, authorized);
+    QFETCH(bool, written);
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("diagnóstico.txt"));
-    const Outcome outcome = run(path, backend);
+    const QString path = dir.filePath(name);
+    if (written) { // a longer file there is replaced whole
+        QFile old(path);
+        QVERIFY(old.open(QIODevice::WriteOnly) && old.write(QByteArray(10000, 'z')) > 0);
+    }
+    QVERIFY(name != u"pipe" || ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
 
-    QCOMPARE(outcome.written, std::optional<bool>(true));
-    QVERIFY(outcome.errors.isEmpty());
-    const QString expected = scanReport + QStringLiteral("\nBackend privado disponible: ") +
-                             (backend ? QStringLiteral("true") : QStringLiteral("false"));
-    QCOMPARE(readAll(path), expected.toUtf8());
-}
-
-void TestDiagnosticRun::replacesAnExistingFileWhole()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("x.txt"));
-    QFile old(path);
-    QVERIFY(old.open(QIODevice::WriteOnly));
-    old.write(QByteArray(10000, 'z'));
-    old.close();
-
-    QCOMPARE(run(path, false).written, std::optional<bool>(true));
-    QCOMPARE(readAll(path), DiagnosticRun::text(scanReport, false).toUtf8());
-}
-
-void TestDiagnosticRun::withoutPermissionWritesTheMissingPermissionText()
-{
-    authorized = false;
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("x.txt"));
-    QCOMPARE(run(path, true).written, std::optional<bool>(true));
-    QCOMPARE(QString::fromUtf8(readAll(path)),
-             Inspector::missingPermissionReport +
-                 QStringLiteral("\nBackend privado disponible: true"));
-}
-
-void TestDiagnosticRun::backendIsAskedAfterTheScan()
-{
     Inspector inspector(
         [](const QList<ScanApp>&) {
             return ScanResult{{}, scanReport};
         },
-        [] { return true; }, workspace);
-    QTemporaryDir dir;
-    std::optional<bool> scanningWhenAsked;
-    std::optional<bool> written;
-    QBuffer errors;
-    errors.open(QIODevice::WriteOnly);
-    DiagnosticRun::start(
-        inspector, dir.filePath(QStringLiteral("x.txt")),
-        [&] {
+        [authorized] { return authorized; }, workspace);
+    QByteArray errorBytes;
+    QBuffer errorDevice(&errorBytes);
+    errorDevice.open(QIODevice::WriteOnly);
+    bool started = false;
+    std::optional<bool> scanningWhenAsked; // of the backend, once `start` returned
+    const auto askBackend = [&] {
+        if (started)
             scanningWhenAsked = inspector.isScanning();
-            return false;
-        },
-        errors, [&](bool ok) { written = ok; });
-    QVERIFY(!scanningWhenAsked); // not before the scan has even started
-    QTRY_VERIFY(written.has_value());
-    QCOMPARE(scanningWhenAsked, std::optional<bool>(false));
+        return backend;
+    };
+    std::optional<bool> outcome;
+    DiagnosticRun::start(inspector, path, askBackend, errorDevice,
+                         [&](bool done) { outcome = done; });
+    started = true;
+    QTRY_VERIFY(outcome.has_value());
+
+    QCOMPARE(*outcome, written);
+    const QString errors = QString::fromUtf8(errorBytes);
+    if (!written) {
+        QVERIFY(!QFileInfo(path).isFile()); // a folder or a pipe is left as it was
+        QVERIFY2(errors.startsWith(u"Error al guardar diagnóstico: "_s), qPrintable(errors));
+        QVERIFY2(errors.size() > DiagnosticRun::failurePrefix.size() + 1, "the reason is missing");
+        QCOMPARE(errors.indexOf(QLatin1Char('\n')), errors.size() - 1);
+        return;
+    }
+    QCOMPARE(errors, QString());
+    const QString expected = (authorized ? scanReport : Inspector::missingPermissionReport) +
+                             u"\nBackend privado disponible: "_s +
+                             (backend ? u"true"_s : u"false"_s);
+    QCOMPARE(QString::fromUtf8(readAll(path)), expected);
+    // The backend is asked once the scan has ended, not before it has even started.
+    if (authorized)
+        QCOMPARE(scanningWhenAsked, std::optional<bool>(false));
 }
 
-void TestDiagnosticRun::unwritablePathGivesTheFailureLine_data()
-{
-    QTest::addColumn<QString>("relativePath");
-    QTest::newRow("inside a missing directory") << QStringLiteral("missing/x.txt");
-    QTest::newRow("a directory") << QStringLiteral(".");
-    QTest::newRow("a named pipe") << QStringLiteral("pipe");
-}
-
-void TestDiagnosticRun::unwritablePathGivesTheFailureLine()
-{
-    QFETCH(QString, relativePath);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(relativePath);
-    QVERIFY(relativePath != QLatin1String("pipe") || makePipe(path));
-    const Outcome outcome = run(path, false);
-    QVERIFY(!QFileInfo(path).isFile()); // a folder or a pipe is left as it was
-
-    QCOMPARE(outcome.written, std::optional<bool>(false));
-    const QString line = QString::fromUtf8(outcome.errors);
-    QVERIFY2(line.startsWith(QStringLiteral("Error al guardar diagnóstico: ")), qPrintable(line));
-    QVERIFY2(line.size() > DiagnosticRun::failurePrefix.size() + 1, "the reason is missing");
-    QCOMPARE(line.indexOf(QLatin1Char('\n')), line.size() - 1);
-}
-
+// A settings file that is a pipe neither blocks the start nor is touched; the run keeps its
+// settings for itself, writes the report, and nothing else, and quits.
 void TestDiagnosticRun::commandLineRunWritesTheFileAndQuits()
 {
     if (program.isEmpty())
         QSKIP("the program runs on the real desktop");
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("informe.txt"));
-    QProcess process;
-    startApplication(process, dir.path(),
-                     {QStringLiteral("--ui-report"), dir.filePath(QStringLiteral("ui.json")),
-                      QStringLiteral("--diagnostic-report"), path});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 0);
-    QCOMPARE(process.readAllStandardOutput(), QByteArray());
-    QCOMPARE(process.readAllStandardError(), QByteArray());
+    const QString settings = dir.filePath(u"Tuckaway/settings.json"_s);
+    QVERIFY(QDir().mkpath(QFileInfo(settings).path()));
+    QVERIFY(::mkfifo(QFile::encodeName(settings).constData(), 0600) == 0);
+    const QString path = dir.filePath(u"informe.txt"_s);
+    const Exit exit = runProgram(
+        dir.path(), {u"--ui-report"_s, dir.filePath(u"ui.json"_s), u"--diagnostic-report"_s, path});
+    QCOMPARE(exit.code, 0);
+    QCOMPARE(exit.output, QByteArray());
+    QCOMPARE(exit.errors, u"Tuckaway: "_s + settings +
+                              u": not a regular file; settings are kept for this "
+                              "run only.\n"_s);
+    QVERIFY(!QFileInfo(settings).isFile());
 
     const QString text = QString::fromUtf8(readAll(path));
-    QVERIFY2(text.startsWith(QStringLiteral("Fecha: ")), qPrintable(text));
-    QVERIFY2(text.contains(
-                 QRegularExpression(QStringLiteral("\nBackend privado disponible: (true|false)$"))),
+    QVERIFY2(text.startsWith(u"Fecha: "_s), qPrintable(text));
+    QVERIFY2(text.contains(QRegularExpression(u"\nBackend privado disponible: (true|false)$"_s)),
              qPrintable(text));
-    QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("ui.json"))));
+    QVERIFY(!QFile::exists(dir.filePath(u"ui.json"_s)));
 }
 
 void TestDiagnosticRun::commandLineRunReportsAFailedWrite()
@@ -217,40 +171,13 @@ void TestDiagnosticRun::commandLineRunReportsAFailedWrite()
     if (program.isEmpty())
         QSKIP("the program runs on the real desktop");
     QTemporaryDir dir;
-    QProcess process;
-    startApplication(
-        process, dir.path(),
-        {QStringLiteral("--diagnostic-report"), dir.filePath(QStringLiteral("no/x.txt"))});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 1);
-    QCOMPARE(process.readAllStandardOutput(), QByteArray());
-    const QString errors = QString::fromUtf8(process.readAllStandardError());
-    QVERIFY2(errors.contains(QRegularExpression(
-                 QStringLiteral("(^|\n)Error al guardar diagnóstico: [^\n]+\n$"))),
-             qPrintable(errors));
-}
-
-// The settings are read as the application starts: a pipe there must not block the start,
-// and is left as it is; the run goes on with settings kept for this run only.
-void TestDiagnosticRun::commandLineRunPassesOverASettingsFileThatIsAPipe()
-{
-    if (program.isEmpty())
-        QSKIP("the program runs on the real desktop");
-    QTemporaryDir dir;
-    const QString settings = dir.filePath(QStringLiteral("Tuckaway/settings.json"));
-    QVERIFY(QDir().mkpath(QFileInfo(settings).path()) && makePipe(settings));
-    QProcess process;
-    startApplication(
-        process, dir.path(),
-        {QStringLiteral("--diagnostic-report"), dir.filePath(QStringLiteral("x.txt"))});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 0);
-    const QString errors = QString::fromUtf8(process.readAllStandardError());
-    QCOMPARE(errors, QStringLiteral("Tuckaway: ") + settings +
-                         QStringLiteral(": not a regular file; settings are kept for this run "
-                                        "only.\n"));
-    QVERIFY(QFile::exists(dir.filePath(QStringLiteral("x.txt"))));
-    QVERIFY(!QFileInfo(settings).isFile());
+    const Exit exit =
+        runProgram(dir.path(), {u"--diagnostic-report"_s, dir.filePath(u"no/x.txt"_s)});
+    QCOMPARE(exit.code, 1);
+    QCOMPARE(exit.output, QByteArray());
+    QVERIFY2(exit.errors.contains(
+                 QRegularExpression(u"(^|\n)Error al guardar diagnóstico: [^\n]+\n$"_s)),
+             qPrintable(exit.errors));
 }
 
 QTEST_GUILESS_MAIN(TestDiagnosticRun)

@@ -6,9 +6,9 @@
 #include <QTest>
 
 using namespace tk;
+using namespace Qt::StringLiterals;
 
-// The scanner and the inspector on the built-in simulated desktop, through the default
-// scanner and permission check.
+// The default scanner and permission check on the built-in simulated desktop.
 class TestDesktopScan : public QObject {
     Q_OBJECT
 
@@ -30,57 +30,50 @@ void TestDesktopScan::scansTheBuiltInDesktop()
         ids << item.id;
     // Not there: Tuckaway itself, the application without an extras menu bar, the one that
     // does not answer within the messaging timeout, and anything three levels down.
-    QCOMPARE(ids, (QStringList{
-                      QStringLiteral("com.apple.controlcenter:extras.0:Clock"),
-                      QStringLiteral("com.apple.controlcenter:extras.1:Control Center"),
-                      QStringLiteral("com.apple.controlcenter:extras.2:82 %"),
-                      QStringLiteral("com.apple.controlcenter:extras.3:Wi-Fi"),
-                      QStringLiteral("com.apple.Siri:extras.0:Siri"),
-                      QStringLiteral("com.apple.Spotlight:extras.0:Spotlight"),
-                      QStringLiteral("com.apple.TextInputMenuAgent:extras.0:U.S."),
-                      QStringLiteral("com.driftwoodlabs.Weathervane:extras.0:12°"),
-                      QStringLiteral("com.harborsoft.Dockyard:extras.0:CPU 14%"),
-                      QStringLiteral("com.harborsoft.Dockyard:extras.1:↓ 2 MB/s"),
-                      QStringLiteral("com.hollowoak.Clipjar:extras.0:Clipjar"),
-                      QStringLiteral("com.fernpixel.NimbusSync:extras.0:Nimbus Sync"),
-                      QStringLiteral("com.fernpixel.NimbusSync:extras.0.0:Pause syncing"),
-                      QStringLiteral("com.fernpixel.NimbusSync:extras.0.1:Open the Nimbus folder"),
-                      QStringLiteral("1933:extras.0:sw"),
-                      QStringLiteral("com.brightfold.Lumen:extras.0:Brightness"),
-                      QStringLiteral("com.quietbyte.Tallyclock:extras.0:"),
-                      QStringLiteral("com.oddsprocket.Tinkertray:extras.0.0:Tinkertray"),
-                      QStringLiteral("com.cobaltreed.Hushmic:extras.0:Icono sin etiqueta"),
-                      QStringLiteral("com.tunnelwise.Client:extras.0:Tunnelwise"),
-                  }));
+    QCOMPARE(ids, (QStringList{u"com.apple.controlcenter:extras.0:Clock"_s,
+                               u"com.apple.controlcenter:extras.1:Control Center"_s,
+                               u"com.apple.controlcenter:extras.2:82 %"_s,
+                               u"com.apple.controlcenter:extras.3:Wi-Fi"_s,
+                               u"com.apple.Siri:extras.0:Siri"_s,
+                               u"com.apple.Spotlight:extras.0:Spotlight"_s,
+                               u"com.apple.TextInputMenuAgent:extras.0:U.S."_s,
+                               u"com.driftwoodlabs.Weathervane:extras.0:12°"_s,
+                               u"com.harborsoft.Dockyard:extras.0:CPU 14%"_s,
+                               u"com.harborsoft.Dockyard:extras.1:↓ 2 MB/s"_s,
+                               u"com.hollowoak.Clipjar:extras.0:Clipjar"_s,
+                               u"com.fernpixel.NimbusSync:extras.0:Nimbus Sync"_s,
+                               u"com.fernpixel.NimbusSync:extras.0.0:Pause syncing"_s,
+                               u"com.fernpixel.NimbusSync:extras.0.1:Open the Nimbus folder"_s,
+                               u"1933:extras.0:sw"_s,
+                               u"com.brightfold.Lumen:extras.0:Brightness"_s,
+                               u"com.quietbyte.Tallyclock:extras.0:"_s,
+                               u"com.oddsprocket.Tinkertray:extras.0.0:Tinkertray"_s,
+                               u"com.cobaltreed.Hushmic:extras.0:Icono sin etiqueta"_s,
+                               u"com.tunnelwise.Client:extras.0:Tunnelwise"_s}));
 
-    const QStringList lines = inspector.report().split(QLatin1Char('\n'));
-    QCOMPARE(lines.size(), ids.size() + 4);
-    QCOMPARE(lines.mid(0, 3), (QStringList{QStringLiteral("Fecha: 2026-01-01T09:00:00Z"),
-                                           QStringLiteral("macOS Version 27.0 (Build 27A100)"),
-                                           QStringLiteral("Accessibility autorizado: sí")}));
-    QVERIFY(lines.last().startsWith(QStringLiteral("Detectados: 20. ")));
-    const auto lineOf = [&](const QString& start) {
-        for (const QString& line : lines) {
-            if (line.startsWith(start))
-                return line;
-        }
-        return QString();
-    };
-    QVERIFY(lineOf(QStringLiteral("Lumen / Brightness: acciones=[\"AXPress\", \"AXIncrement\", "
-                                  "\"AXDecrement\"]; posición modificable=true; consulta=0; "
-                                  "frame={{"))
-                .endsWith(QStringLiteral(", 0}, {28, 24}}")));
-    QVERIFY(
-        lineOf(QStringLiteral("Tallyclock / : ")).contains(QStringLiteral("; consulta=-25205;")));
-    QVERIFY(lineOf(QStringLiteral("Tinkertray / Tinkertray: acciones=[]; ")).size() > 0);
-    QVERIFY(lineOf(QStringLiteral("Hushmic / Icono sin etiqueta: "))
-                .endsWith(QStringLiteral("frame=nil")));
-    QVERIFY(lineOf(QStringLiteral("App / Tunnelwise: ")).size() > 0);
+    const QString report = inspector.report();
+    QCOMPARE(report.count(u'\n'), ids.size() + 3);
+    QVERIFY(report.contains(u"\nmacOS Version 27.0 (Build 27A100)\n"));
+    // How the simulated applications answer: actions, the settable query, frames.
+    QVERIFY2(
+        report.endsWith(
+            u"\nLumen / Brightness: acciones=[\"AXPress\", \"AXIncrement\", \"AXDecrement\"]; "
+            "posición modificable=true; consulta=0; frame={{814, 0}, {28, 24}}\n"
+            "Tallyclock / : acciones=[\"AXPress\"]; posición modificable=false; "
+            "consulta=-25205; frame={{750, 0}, {64, 24}}\n"
+            "Tinkertray / Tinkertray: acciones=[]; posición modificable=false; consulta=0; "
+            "frame={{722, 0}, {28, 24}}\n"
+            "Hushmic / Icono sin etiqueta: acciones=[\"AXPress\"]; posición modificable=false; "
+            "consulta=0; frame=nil\n"
+            "App / Tunnelwise: acciones=[\"AXPress\"]; posición modificable=false; consulta=0; "
+            "frame={{664, 0}, {30, 24}}\n"
+            "Detectados: 20. No se ha modificado ningún icono externo. La ausencia de "
+            "resultados no demuestra ausencia de iconos."_s),
+        qPrintable(report));
 
     // The unresponsive application cost one messaging timeout, nothing more.
     QCOMPARE(platform->time().now(), AXScanner::messagingTimeout);
 }
-
 
 // Each application answers the read of its extras menu bar and then hangs; every element
 // read from it waits only the timeout the scanner set on that element.
