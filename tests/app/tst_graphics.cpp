@@ -2,6 +2,7 @@
 #include "app/StatusGlyph.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtMath>
@@ -18,6 +19,16 @@ const QString single = StatusGlyph::singleStyle;
 int alphaAt(const QImage& image, QPointF point)
 {
     return image.pixelColor(qFloor(point.x() * 2), qFloor((18 - point.y()) * 2) - 1).alpha();
+}
+
+// Pictures for a person to look at, when the test run names a folder for them.
+bool saveArtifact(const QImage& image, QString name)
+{
+    const QString folder = qEnvironmentVariable("TUCKAWAY_ARTIFACTS");
+    if (folder.isEmpty())
+        return true;
+    name.replace(QRegularExpression(QStringLiteral("[^a-z0-9]+")), QStringLiteral("-"));
+    return QDir().mkpath(folder) && image.save(QDir(folder).filePath(name + QStringLiteral(".png")));
 }
 
 } // namespace
@@ -58,6 +69,7 @@ void TestGraphics::glyphGeometry()
     const GlyphImage made = StatusGlyph::make(collapsed, style);
     QVERIFY(made.isTemplate);
     const QImage& image = made.image;
+    QVERIFY(saveArtifact(image, QStringLiteral("glyph ") + QString::fromUtf8(QTest::currentDataTag())));
     QCOMPARE(image.size(), QSize(48, 36));
     // Pixels round up; a ratio that is not positive draws at ratio 1.
     QCOMPARE(StatusGlyph::make(collapsed, style, 1.25).image.size(), QSize(30, 23));
@@ -107,6 +119,7 @@ void TestGraphics::icon()
 
     for (int size : {16, 1024}) {
         const QImage icon = AppIdentity::drawnIcon(size);
+        QVERIFY(saveArtifact(icon, QStringLiteral("icon ") + QString::number(size)));
         QCOMPARE(icon.size(), QSize(size, size));
         const auto at = [&](qreal x, qreal y) { return icon.pixelColor(x * size, y * size); };
         QCOMPARE(at(0, 0).alpha(), 0);
