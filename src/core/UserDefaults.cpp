@@ -1,11 +1,12 @@
 #include "UserDefaults.h"
 
+#include "core/FileAccess.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 namespace tk {
@@ -107,7 +108,8 @@ void InMemoryUserDefaults::store(const QString& key, const QVariant& value)
     ++m_writes;
 }
 
-FileUserDefaults::FileUserDefaults(const QString& path) : m_path(path)
+FileUserDefaults::FileUserDefaults(const QString& path, ProblemReporter report)
+    : m_path(path), m_report(std::move(report))
 {
     open();
 }
@@ -125,14 +127,14 @@ void FileUserDefaults::open()
         return;
     if (!info.isFile()) {
         m_writable = false;
-        m_problem = m_path + QStringLiteral(": not a regular file; settings are kept for this run only.");
+        setProblem(m_path + QStringLiteral(": not a regular file; settings are kept for this run only."));
         return;
     }
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly)) {
         m_writable = false;
-        m_problem = m_path + QStringLiteral(": ") + file.errorString() +
-                    QStringLiteral("; settings are kept for this run only.");
+        setProblem(m_path + QStringLiteral(": ") + file.errorString() +
+                   QStringLiteral("; settings are kept for this run only."));
         return;
     }
     const QByteArray content = file.read(largestFile + 1);
@@ -141,8 +143,8 @@ void FileUserDefaults::open()
     if (content.size() > largestFile || error.error != QJsonParseError::NoError ||
         !document.isObject()) {
         m_setAside = true;
-        m_problem = m_path + QStringLiteral(": not a settings file; it is kept as ") + m_path +
-                    QStringLiteral(".unreadable when settings are next saved.");
+        setProblem(m_path + QStringLiteral(": not a settings file; it is kept as ") + m_path +
+                   QStringLiteral(".unreadable when settings are next saved."));
         return;
     }
     m_values = document.object();
@@ -160,20 +162,36 @@ void FileUserDefaults::store(const QString& key, const QVariant& value)
         write();
 }
 
+// Every change rewrites the whole file, so one that succeeds after a failure saves all.
 void FileUserDefaults::write()
 {
-    QDir().mkpath(QFileInfo(m_path).absolutePath());
+    if (const std::optional<QString> failure = replaceFile())
+        setProblem(m_path + QStringLiteral(": ") + *failure +
+                   QStringLiteral("; changes are kept for this run until it can be written."));
+}
+
+std::optional<QString> FileUserDefaults::replaceFile()
+{
+    if (!QDir().mkpath(QFileInfo(m_path).absolutePath()))
+        return QStringLiteral("its folder cannot be made");
     if (m_setAside) {
         const QString aside = m_path + QStringLiteral(".unreadable");
         QFile::remove(aside);
         if (!QFile::rename(m_path, aside))
-            return;
+            return QStringLiteral("it cannot be set aside as ") + aside;
         m_setAside = false;
     }
-    QSaveFile file(m_path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(QJsonDocument(m_values).toJson(QJsonDocument::Indented));
-    file.commit();
+    return FileAccess::writeAtomically(m_path,
+                                       QJsonDocument(m_values).toJson(QJsonDocument::Indented));
+}
+
+void FileUserDefaults::setProblem(const QString& problem)
+{
+    if (problem == m_problem)
+        return;
+    m_problem = problem;
+    if (m_report)
+        m_report(m_problem);
 }
 
 } // namespace tk

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <functional>
 
 #include <optional>
 
@@ -54,7 +55,10 @@ private:
 // Entries of other shapes read as absent and are written back untouched.
 class FileUserDefaults final : public UserDefaults {
 public:
-    explicit FileUserDefaults(const QString& path);
+    // Told every new problem (the file at opening, a change that could not be written), once.
+    using ProblemReporter = std::function<void(const QString& problem)>;
+
+    explicit FileUserDefaults(const QString& path, ProblemReporter report = {});
 
     // "Tuckaway/settings.json" under the user's configuration folder.
     static QString standardPath();
@@ -72,8 +76,11 @@ protected:
 private:
     void open();
     void write();
+    std::optional<QString> replaceFile();
+    void setProblem(const QString& problem);
 
     QString m_path;
+    ProblemReporter m_report;
     QJsonObject m_values;
     QString m_problem;
     bool m_writable = true;

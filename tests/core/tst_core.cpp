@@ -62,6 +62,16 @@ private Q_SLOTS:
         QCOMPARE(aside.readAll(), QByteArray("language=es\n"));
         QCOMPARE(FileUserDefaults(damaged).string(u"language"_s), std::optional<QString>(u"en"_s));
 
+        // Under a file, the store can never be written: said once, every change kept.
+        QStringList told;
+        const QString blocked = damaged + u"/settings.json"_s;
+        FileUserDefaults unwritable(blocked, [&told](const QString& problem) { told << problem; });
+        unwritable.setString(u"language"_s, u"en"_s);
+        unwritable.setString(u"language"_s, u"es"_s);
+        QCOMPARE(told.size(), 1);
+        QVERIFY(told.first().startsWith(blocked));
+        QCOMPARE(unwritable.string(u"language"_s), std::optional<QString>(u"es"_s));
+
         const QString pipe = dir.filePath(u"pipe.json"_s);
         QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
         FileUserDefaults defaults(pipe);

@@ -23,10 +23,10 @@ PlatformOrError createPlatform(const PlatformOptions& options)
     if (options.replayable)
         return {SimPlatform::replayable(std::move(scenario)), QString()};
     SimPlatform::Services services;
-    auto defaults = std::make_unique<FileUserDefaults>(FileUserDefaults::standardPath());
-    if (!defaults->problem().isEmpty())
-        std::fprintf(stderr, "Tuckaway: %s\n", qPrintable(defaults->problem()));
-    services.userDefaults = std::move(defaults);
+    const auto tell = [](const QString& problem) {
+        std::fprintf(stderr, "Tuckaway: %s\n", qPrintable(problem));
+    };
+    services.userDefaults = std::make_unique<FileUserDefaults>(FileUserDefaults::standardPath(), tell);
     services.time = std::make_unique<SystemTimeSource>();
     services.loginItems = std::make_unique<XdgAutostart>(XdgAutostart::defaultConfigHome(),
                                                          QCoreApplication::applicationFilePath());
