@@ -17,8 +17,10 @@ class Timer;
 // contract as the Mac's. It is present or absent and answers as the desktop's
 // framework behaviour says at the moment of each request. While assertions are in
 // force, an application's items stay in the menu bar only if every one of them allows
-// it. Answers come in the order of the requests, each on a later turn of the main
-// thread; one that never comes holds up no other.
+// it. The framework's answers come in the order of the requests, each on a later turn of
+// the main thread; one that never comes holds up no other. What the bridge answers for
+// the framework (absent, or an exception raised inside the call) is not delayed, so it
+// may come before the answer to an earlier, delayed request, as on a Mac.
 class SimVisibilityFramework final : public NativeVisibilityBridge {
 public:
     SimVisibilityFramework(SimDesktop& desktop, TimeSource& time);
