@@ -105,6 +105,12 @@ QString Rect::text() const
 {
     QString out;
     out.reserve(32);
+    appendText(out);
+    return out;
+}
+
+void Rect::appendText(QString& out) const
+{
     out += u"{{";
     appendShortestNumber(out, x);
     out += u", ";
@@ -114,7 +120,6 @@ QString Rect::text() const
     out += u", ";
     appendShortestNumber(out, height);
     out += u"}}";
-    return out;
 }
 
 QString shortestNumber(double value)

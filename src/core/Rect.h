@@ -33,6 +33,8 @@ struct Rect {
 
     // "{{x, y}, {width, height}}", each number in its shortest form ("10", "0.5").
     QString text() const;
+    // The same text at the end of `out`.
+    void appendText(QString& out) const;
 
     friend bool operator==(const Rect&, const Rect&) = default;
 };

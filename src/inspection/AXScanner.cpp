@@ -215,7 +215,10 @@ private:
         report += QLatin1String("; consulta=");
         report += QString::number(settable.error);
         report += QLatin1String("; frame=");
-        report += item.frame ? item.frame->text() : QStringLiteral("nil");
+        if (item.frame)
+            item.frame->appendText(report);
+        else
+            report += QLatin1String("nil");
     }
 
     Accessibility& m_ax;
