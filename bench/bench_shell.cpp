@@ -15,7 +15,6 @@
 
 #include <QApplication>
 #include <QBuffer>
-#include <QThreadPool>
 #include <benchmark/benchmark.h>
 
 using namespace tk;
@@ -69,10 +68,8 @@ public:
 private:
     void settle()
     {
-        for (int i = 0; i < 4; ++i) {
-            QThreadPool::globalInstance()->waitForDone();
-            QCoreApplication::processEvents();
-        }
+        for (int i = 0; i < 4 || m_app->inspector().isScanning(); ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
 
     std::unique_ptr<SimPlatform> m_platform;

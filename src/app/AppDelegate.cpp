@@ -8,6 +8,7 @@
 #include "app/StatusItem.h"
 #include "core/Identity.h"
 #include "core/Time.h"
+#include "core/WorkerThread.h"
 #include "diagnostics/DiagnosticRun.h"
 #include "diagnostics/InterfaceReport.h"
 #include "inspection/Workspace.h"
@@ -16,8 +17,6 @@
 #include "visibility/NativeVisibilityBridge.h"
 
 #include <QFileInfo>
-#include <QFutureWatcher>
-#include <QtConcurrent/QtConcurrentRun>
 #include <QImage>
 #include <QPointer>
 
@@ -106,19 +105,23 @@ void AppDelegate::startExportRun(const QString& path)
     const TimeSource& time = m_platform.time();
     const QString version = m_platform.workspace().operatingSystemVersionString();
     const bool trusted = desktop->trusted;
-    auto* watcher = new QFutureWatcher<void>(this);
-    connect(watcher, &QFutureWatcher<void>::finished, this, [this, watcher, recording, desktop, path] {
-        watcher->deleteLater();
+    // Only what the walk read is wanted, not what it found.
+    auto* walk = new WorkerThread<ScanResult>(
+        [recording, apps, &time, version, trusted] {
+            return trusted ? AXScanner::scan(apps, ScanEnvironment{*recording, time, version})
+                           : ScanResult{};
+        },
+        this);
+    connect(walk, &WorkerThreadBase::finished, this, [this, walk, recording, desktop, path] {
+        walk->takeResult();
+        walk->deleteLater();
         const std::optional<QString> failure =
             ScenarioExport::save(path, ScenarioExport::write(*recording, *desktop));
         if (failure)
             m_errors.write((*failure + u'\n').toUtf8());
         Q_EMIT quitRequested(failure ? 1 : 0);
     });
-    watcher->setFuture(QtConcurrent::run([recording, apps, &time, version, trusted] {
-        if (trusted)
-            AXScanner::scan(apps, ScanEnvironment{*recording, time, version});
-    }));
+    walk->start();
 }
 
 // Everything but the menu-bar trees, which the scan reads. The applications are those a

@@ -3,11 +3,9 @@
 #include "inspection/Accessibility.h"
 #include "inspection/Workspace.h"
 
-#include <QFutureWatcher>
+#include "core/WorkerThread.h"
+
 #include <QPointer>
-#include <QThread>
-#include <QThreadPool>
-#include <QtConcurrent/QtConcurrentRun>
 #include <vector>
 
 namespace tk {
@@ -58,22 +56,10 @@ private:
     const std::atomic<bool>& m_abandoned;
 };
 
-// Pool threads are shared: the walk raises its own thread's priority for its duration only.
-ScanResult walkAtRaisedPriority(const Inspector::Scanner& scanner, const QList<ScanApp>& apps)
-{
-    QThread* const thread = QThread::currentThread();
-    const QThread::Priority previous = thread->priority();
-    thread->setPriority(QThread::HighPriority);
-    ScanResult result = scanner(apps);
-    // A pool thread reports the priority it inherited, which cannot be set back as such.
-    thread->setPriority(previous == QThread::InheritPriority ? QThread::NormalPriority : previous);
-    return result;
-}
-
 } // namespace
 
 struct Inspector::Task {
-    QFutureWatcher<ScanResult>* walk = nullptr; // a child of the inspector
+    WorkerThread<ScanResult>* walk = nullptr; // a child of the inspector
     std::vector<std::function<void()>> waiters;
 };
 
@@ -101,7 +87,7 @@ Inspector::~Inspector()
 {
     m_abandoned->store(true);
     if (m_task)
-        m_task->walk->waitForFinished();
+        m_task->walk->join();
 }
 
 void Inspector::setReport(const QString& report)
@@ -145,18 +131,17 @@ QList<ScanApp> Inspector::applicationsToScan() const
 
 void Inspector::startTask(QList<ScanApp> apps)
 {
-    auto* walk = new QFutureWatcher<ScanResult>(this);
-    // The watcher is ours, so an answer that arrives after the inspector is gone goes nowhere.
-    connect(walk, &QFutureWatcherBase::finished, this, [this, walk] {
+    auto* walk = new WorkerThread<ScanResult>(
+        [scanner = m_scanner, apps = std::move(apps)] { return scanner(apps); }, this);
+    // The walk is ours, so an answer that arrives after the inspector is gone goes nowhere.
+    connect(walk, &WorkerThreadBase::finished, this, [this, walk] {
         walk->deleteLater();
-        finish(walk->result());
+        finish(walk->takeResult());
     });
     m_task = std::make_unique<Task>();
     m_task->walk = walk;
-    walk->setFuture(QtConcurrent::run(QThreadPool::globalInstance(),
-                                      [scanner = m_scanner, apps = std::move(apps)] {
-                                          return walkAtRaisedPriority(scanner, apps);
-                                      }));
+    // A person waits for the walk.
+    walk->start(QThread::HighPriority);
     setIsScanning(true);
 }
 

@@ -17,7 +17,7 @@ class TimeSource;
 class Workspace;
 
 // The observable owner of the latest menu-bar scan. Lives on the main thread; only the
-// scanner runs on the global thread pool, at raised priority, since a person waits for it.
+// scanner runs on a thread of its own, at raised priority, since a person waits for it.
 // Overlapping requests share one walk.
 class Inspector : public QObject {
     Q_OBJECT
@@ -26,7 +26,7 @@ class Inspector : public QObject {
     Q_PROPERTY(bool isScanning READ isScanning NOTIFY isScanningChanged)
 
 public:
-    // Called on a pool thread with a copy of the application list.
+    // Called on the walk's own thread with a copy of the application list.
     using Scanner = std::function<ScanResult(const QList<ScanApp>&)>;
     // Called on the main thread.
     using AuthorizationCheck = std::function<bool()>;

@@ -6,7 +6,9 @@
 #include "platform/sim/SimDesktop.h"
 
 #include <QElapsedTimer>
+#include <QCoreApplication>
 #include <QSemaphore>
+#include <QThread>
 #include <QTest>
 #include <atomic>
 
@@ -31,12 +33,16 @@ struct GatedScanner {
     QSemaphore gate;
     std::atomic<int> calls{0};
     QList<QList<ScanApp>> received;
+    QThread::Priority priority = QThread::InheritPriority;
 
     Inspector::Scanner function()
     {
         return [this](const QList<ScanApp>& apps) {
             received << apps;
-            ++calls; // after `received`, which the test reads once it sees the count
+            priority = QThread::currentThread() == qApp->thread()
+                           ? QThread::InheritPriority
+                           : QThread::currentThread()->priority();
+            ++calls; // after what the test reads once it sees the count
             gate.acquire();
             return ScanResult{QList<ExternalItem>(2), u"informe"_s};
         };
@@ -117,6 +123,7 @@ void TestInspector::overlappingScansShareOneWalk()
                    publication + QStringList{u"scanning:0"_s, u"first"_s, u"scanning:1"_s} +
                    publication + QStringList{u"second"_s}));
     QTRY_COMPARE(scanner->calls.load(), 2);
+    QCOMPARE(scanner->priority, QThread::HighPriority); // a person waits for the walk
     scanner->gate.release();
     QTRY_COMPARE(finished, 4);
     QVERIFY(!inspector->isScanning());
