@@ -2,9 +2,11 @@
 
 #include <QLocale>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 namespace tk {
 
@@ -72,61 +74,66 @@ double Rect::maxY() const
 
 namespace {
 
+constexpr qsizetype maxNumberSize = 32; // "-2.2250738585072014e-308" is the longest
+
+char16_t* writeLiteral(char16_t* out, std::u16string_view text)
+{
+    return std::copy(text.begin(), text.end(), out);
+}
+
 // Whole numbers of at most four digits read the same in every form, and they are nearly
 // every coordinate a screen has: written digit by digit, without the general conversion.
-bool appendSmallWholeNumber(QString& out, double value)
+char16_t* writeSmallWholeNumber(char16_t* out, double value)
 {
-    if (!(std::abs(value) < 10000.0) || value != std::trunc(value))
-        return false;
     int whole = int(std::abs(value));
-    std::array<QChar, 5> text{}; // a sign and four digits, filled from the end
-    std::size_t first = text.size();
+    std::array<char16_t, 5> text{}; // a sign and four digits, filled from the end
+    auto first = text.end();
     do {
-        text[--first] = QChar(char16_t(u'0' + whole % 10));
+        *--first = char16_t(u'0' + whole % 10);
         whole /= 10;
     } while (whole != 0);
     if (value < 0)
-        text[--first] = QLatin1Char('-');
-    out.append(text.data() + first, qsizetype(text.size() - first));
-    return true;
+        *--first = u'-';
+    return std::copy(first, text.end(), out);
 }
 
-void appendShortestNumber(QString& out, double value)
+char16_t* writeShortestNumber(char16_t* out, double value)
 {
-    if (value == 0.0)
-        out += QLatin1Char('0'); // -0 as well
-    else if (!appendSmallWholeNumber(out, value))
-        out += QString::number(value, 'g', QLocale::FloatingPointShortest);
+    if (value == 0.0) {
+        *out = u'0'; // -0 as well
+        return out + 1;
+    }
+    if (std::abs(value) < 10000.0 && value == std::trunc(value))
+        return writeSmallWholeNumber(out, value);
+    const QString text = QString::number(value, 'g', QLocale::FloatingPointShortest);
+    return std::copy_n(text.utf16(), std::min(text.size(), maxNumberSize), out);
 }
 
 } // namespace
 
 QString Rect::text() const
 {
-    QString out;
-    out.reserve(32);
-    appendText(out);
-    return out;
+    std::array<char16_t, maxTextSize> text;
+    return QStringView(text.data(), writeText(text.data())).toString();
 }
 
-void Rect::appendText(QString& out) const
+char16_t* Rect::writeText(char16_t* out) const
 {
-    out += u"{{";
-    appendShortestNumber(out, x);
-    out += u", ";
-    appendShortestNumber(out, y);
-    out += u"}, {";
-    appendShortestNumber(out, width);
-    out += u", ";
-    appendShortestNumber(out, height);
-    out += u"}}";
+    out = writeLiteral(out, u"{{");
+    out = writeShortestNumber(out, x);
+    out = writeLiteral(out, u", ");
+    out = writeShortestNumber(out, y);
+    out = writeLiteral(out, u"}, {");
+    out = writeShortestNumber(out, width);
+    out = writeLiteral(out, u", ");
+    out = writeShortestNumber(out, height);
+    return writeLiteral(out, u"}}");
 }
 
 QString shortestNumber(double value)
 {
-    QString out;
-    appendShortestNumber(out, value);
-    return out;
+    std::array<char16_t, maxNumberSize> text;
+    return QStringView(text.data(), writeShortestNumber(text.data(), value)).toString();
 }
 
 } // namespace tk

@@ -33,8 +33,10 @@ struct Rect {
 
     // "{{x, y}, {width, height}}", each number in its shortest form ("10", "0.5").
     QString text() const;
-    // The same text at the end of `out`.
-    void appendText(QString& out) const;
+    // The same text written from `out` on, which has room for `maxTextSize` characters;
+    // returns the end of what was written.
+    char16_t* writeText(char16_t* out) const;
+    static constexpr qsizetype maxTextSize = 140; // four numbers of at most 32, and the marks
 
     friend bool operator==(const Rect&, const Rect&) = default;
 };

@@ -4,11 +4,16 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
+#include <vector>
 
 namespace tk {
 
 namespace AXScanner {
 namespace {
+
+using namespace std::string_view_literals;
+using namespace Qt::StringLiterals;
 
 const QString extrasMenuBarAttribute = QStringLiteral("AXExtrasMenuBar");
 const QString roleAttribute = QStringLiteral("AXRole");
@@ -30,58 +35,110 @@ bool isAccessibilityValue(const AXAttribute& attribute)
            readsAs(attribute, AXAttribute::Kind::OtherValue);
 }
 
-bool needsEscape(QChar c)
+// Text put together in place, a piece at a time, and handed on whole: an item's id and its
+// report line are each a few dozen short pieces. Kept for a whole scan, so that its room
+// is made once.
+class TextBuilder {
+public:
+    TextBuilder& operator<<(std::u16string_view text)
+    {
+        return append(text.data(), qsizetype(text.size()));
+    }
+    TextBuilder& operator<<(QStringView text) { return append(text.utf16(), text.size()); }
+    TextBuilder& operator<<(char16_t c) { return append(&c, 1); }
+    void appendNumber(qint64 number)
+    {
+        std::array<char16_t, 20> digits{}; // a sign and the 19 digits of 2^63, from the end
+        auto first = digits.end();
+        quint64 rest = number < 0 ? 0 - quint64(number) : quint64(number);
+        do {
+            *--first = char16_t(u'0' + rest % 10);
+            rest /= 10;
+        } while (rest != 0);
+        if (number < 0)
+            *--first = u'-';
+        append(first, digits.end() - first);
+    }
+    void appendFrame(const Rect& frame)
+    {
+        makeRoom(Rect::maxTextSize);
+        m_size = frame.writeText(m_text.data() + m_size) - m_text.data();
+    }
+    QStringView text() const { return {m_text.data(), m_size}; }
+    void clear() { m_size = 0; }
+
+private:
+    TextBuilder& append(const char16_t* text, qsizetype size)
+    {
+        makeRoom(size);
+        std::copy_n(text, size, m_text.data() + m_size);
+        m_size += size;
+        return *this;
+    }
+    void makeRoom(qsizetype size)
+    {
+        const qsizetype needed = m_size + size;
+        if (needed > qsizetype(m_text.size()))
+            m_text.resize(std::max(2 * m_text.size(), std::size_t(needed)));
+    }
+
+    std::vector<char16_t> m_text = std::vector<char16_t>(512);
+    qsizetype m_size = 0;
+};
+
+bool needsEscape(char16_t c)
 {
-    return c == u'\\' || c == u'"' || c.unicode() < 0x20 || c.unicode() == 0x7f;
+    return c == u'\\' || c == u'"' || c < 0x20 || c == 0x7f;
 }
 
-void appendEscaped(QString& out, const QString& name)
+void appendEscaped(TextBuilder& out, const QString& name)
 {
     // Action names are nearly always plain: copied whole.
-    if (std::none_of(name.cbegin(), name.cend(), needsEscape)) {
-        out += name;
+    const auto plain = [](QChar c) { return !needsEscape(c.unicode()); };
+    if (std::all_of(name.cbegin(), name.cend(), plain)) {
+        out << name;
         return;
     }
     for (const QChar c : name) {
         switch (c.unicode()) {
         case '\\':
-            out += QStringLiteral("\\\\");
+            out << u"\\\\"sv;
             break;
         case '"':
-            out += QStringLiteral("\\\"");
+            out << u"\\\""sv;
             break;
         case '\n':
-            out += QStringLiteral("\\n");
+            out << u"\\n"sv;
             break;
         case '\r':
-            out += QStringLiteral("\\r");
+            out << u"\\r"sv;
             break;
         case '\t':
-            out += QStringLiteral("\\t");
+            out << u"\\t"sv;
             break;
         case 0:
-            out += QStringLiteral("\\0");
+            out << u"\\0"sv;
             break;
         default:
             if (c.unicode() < 0x20 || c.unicode() == 0x7f)
-                out += QStringLiteral("\\u{%1}").arg(c.unicode(), 0, 16);
+                out << QStringLiteral("\\u{%1}").arg(c.unicode(), 0, 16);
             else
-                out += c;
+                out << c.unicode();
         }
     }
 }
 
-void appendActionList(QString& out, const QStringList& actions)
+void appendActionList(TextBuilder& out, const QStringList& actions)
 {
-    out += QLatin1Char('[');
+    out << u'[';
     for (qsizetype i = 0; i < actions.size(); ++i) {
         if (i > 0)
-            out += QLatin1String(", ");
-        out += QLatin1Char('"');
+            out << u", "sv;
+        out << u'"';
         appendEscaped(out, actions.at(i));
-        out += QLatin1Char('"');
+        out << u'"';
     }
-    out += QLatin1Char(']');
+    out << u']';
 }
 
 // Where an element stands below the extras menu bar: its index among its siblings at
@@ -98,12 +155,12 @@ struct Path {
         return next;
     }
 
-    void appendTo(QString& out) const
+    void appendTo(TextBuilder& out) const
     {
-        out += QLatin1String("extras");
+        out << u"extras"sv;
         for (int i = 0; i < depth; ++i) {
-            out += QLatin1Char('.');
-            out += QString::number(indices[std::size_t(i)]);
+            out << u'.';
+            out.appendNumber(indices[std::size_t(i)]);
         }
     }
 };
@@ -153,8 +210,7 @@ private:
         ++m_counter;
         // A timeout set on an element does not carry to the elements read from it.
         m_ax.setMessagingTimeout(element, messagingTimeout);
-        const QString role = stringOf(m_ax.attribute(element, roleAttribute));
-        if (role == QLatin1String("AXMenuBarItem") || role == QLatin1String("AXButton"))
+        if (isItemRole(m_ax.attribute(element, roleAttribute)))
             record(element, path);
         // No child would be visited: a request now could only overrun the deadline.
         if (pastDeadline())
@@ -166,59 +222,57 @@ private:
             visit(children.elements[i], level + 1, path.child(i));
     }
 
-    static QString stringOf(const AXAttribute& attribute)
+    static bool isItemRole(const AXAttribute& role)
     {
-        return readsAs(attribute, AXAttribute::Kind::String) ? attribute.string : QString();
+        return readsAs(role, AXAttribute::Kind::String) &&
+               (role.string == u"AXMenuBarItem"_s || role.string == u"AXButton"_s);
     }
 
     QString titleOf(const AXElementRef& element)
     {
-        const AXAttribute title = m_ax.attribute(element, titleAttribute);
+        AXAttribute title = m_ax.attribute(element, titleAttribute);
         if (readsAs(title, AXAttribute::Kind::String) && !title.string.isEmpty())
-            return title.string;
-        const AXAttribute description = m_ax.attribute(element, descriptionAttribute);
+            return std::move(title.string);
+        AXAttribute description = m_ax.attribute(element, descriptionAttribute);
         if (readsAs(description, AXAttribute::Kind::String))
-            return description.string;
+            return std::move(description.string);
         return QStringLiteral("Icono sin etiqueta");
     }
 
     void record(const AXElementRef& element, const Path& path)
     {
-        ExternalItem item;
+        ExternalItem& item = items.emplaceBack();
         item.title = titleOf(element);
-        item.actions = m_ax.actionNames(element).value_or(QStringList());
+        if (std::optional<QStringList> actions = m_ax.actionNames(element))
+            item.actions = std::move(*actions);
         const AXSettable settable = m_ax.isAttributeSettable(element, positionAttribute);
         item.frame = frame(m_ax, element);
         item.bundleID = m_app->bundle;
         item.app = m_appName;
-        item.id.reserve(m_idPrefix.size() + 16 + item.title.size());
-        item.id += m_idPrefix;
-        path.appendTo(item.id);
-        item.id += QLatin1Char(':');
-        item.id += item.title;
+        m_text.clear();
+        m_text << m_idPrefix;
+        path.appendTo(m_text);
+        m_text << u':' << item.title;
+        item.id = m_text.text().toString();
         item.element = element;
         item.positionWritable = settable.settable && settable.error == AXResult::success;
         appendReportLine(item, settable);
-        items << std::move(item);
     }
 
     void appendReportLine(const ExternalItem& item, const AXSettable& settable)
     {
-        report += QLatin1Char('\n');
-        report += item.app;
-        report += QLatin1String(" / ");
-        report += item.title;
-        report += QLatin1String(": acciones=");
-        appendActionList(report, item.actions);
-        report += u"; posición modificable=";
-        report += settable.settable ? QLatin1String("true") : QLatin1String("false");
-        report += QLatin1String("; consulta=");
-        report += QString::number(settable.error);
-        report += QLatin1String("; frame=");
+        m_text.clear();
+        m_text << u'\n' << item.app << u" / "sv << item.title << u": acciones="sv;
+        appendActionList(m_text, item.actions);
+        m_text << u"; posición modificable="sv << (settable.settable ? u"true"sv : u"false"sv)
+               << u"; consulta="sv;
+        m_text.appendNumber(settable.error);
+        m_text << u"; frame="sv;
         if (item.frame)
-            item.frame->appendText(report);
+            m_text.appendFrame(*item.frame);
         else
-            report += QLatin1String("nil");
+            m_text << u"nil"sv;
+        report += m_text.text();
     }
 
     Accessibility& m_ax;
@@ -228,6 +282,7 @@ private:
     QString m_appName;
     QString m_idPrefix; // bundle (or decimal pid) and ":"
     int m_counter = 0;
+    TextBuilder m_text; // the id or report line being written
 };
 
 } // namespace
@@ -235,6 +290,11 @@ private:
 ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment)
 {
     Walk walk(environment);
+    // Room for a report line of every element the walk may record, up to a bound, given back
+    // at the end: room never written costs no memory, and the text is not copied as it grows.
+    constexpr qsizetype lineRoom = 128;
+    constexpr qsizetype reportRoomLimit = qsizetype(1) << 21; // characters
+    walk.report.reserve(std::min(apps.size() * elementsPerApplication * lineRoom, reportRoomLimit));
     const QDateTime started = environment.time.currentDateTime().toUTC();
     walk.addLine(QStringLiteral("Fecha: ") + started.toString(Qt::ISODate));
     walk.addLine(QStringLiteral("macOS ") + environment.operatingSystemVersion);
@@ -249,6 +309,7 @@ ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment)
     walk.addLine(QStringLiteral("Detectados: ") + QString::number(walk.items.size()) +
                  QStringLiteral(". No se ha modificado ningún icono externo. La ausencia de "
                                 "resultados no demuestra ausencia de iconos."));
+    walk.report.squeeze();
     return {std::move(walk.items), std::move(walk.report)};
 }
 
@@ -268,9 +329,9 @@ std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& elem
 
 QString actionListText(const QStringList& actions)
 {
-    QString text;
+    TextBuilder text;
     appendActionList(text, actions);
-    return text;
+    return text.text().toString();
 }
 
 } // namespace AXScanner

@@ -34,6 +34,13 @@ struct ExternalItem {
     std::optional<Rect> frame; // accessibility space: origin top-left, y down
 };
 
+} // namespace tk
+
+// Every member moves by its bytes, so a growing list moves its items as one block.
+Q_DECLARE_TYPEINFO(tk::ExternalItem, Q_RELOCATABLE_TYPE);
+
+namespace tk {
+
 struct ScanResult {
     QList<ExternalItem> items;
     QString report;

@@ -231,6 +231,16 @@ void TestAXScanner::knownDesktopGivesExactReportAndItems()
     QCOMPARE(result.items[0].bundleID, std::optional<QString>(u"com.example.clock"_s));
     QCOMPARE(result.items[0].element.get(), clock.get());
     QVERIFY(!result.items[1].bundleID);
+
+    // Texts far longer than a usual line come out whole.
+    const QString longTitle = u"Título largo "_s.repeated(80);
+    ax->addApplication(505, extras({node(u"AXMenuBarItem"_s, longTitle, {}, 10, 20)}));
+    const ScanResult longer = scan({{505, u"com.example.long"_s, u"Larga"_s}});
+    QCOMPARE(longer.items.size(), 1);
+    QCOMPARE(longer.items[0].id, u"com.example.long:extras.0:"_s + longTitle);
+    QVERIFY(longer.report.contains(u"\nLarga / "_s + longTitle +
+                                   u": acciones=[]; posición modificable=true; consulta=0; "
+                                   "frame={{10, 0}, {20, 24}}\n"_s));
 }
 
 void TestAXScanner::frameNeedsPointAndSizeValues_data()
