@@ -36,6 +36,26 @@ public:
     virtual PrivacySettings& privacySettings() = 0;
 };
 
+// Hands out another platform's seams; a derived platform replaces the ones it names.
+class ForwardingPlatform : public Platform {
+public:
+    explicit ForwardingPlatform(Platform& platform) : m_platform(platform) {}
+
+    UserDefaults& userDefaults() override { return m_platform.userDefaults(); }
+    TimeSource& time() override { return m_platform.time(); }
+    LoginItemService& loginItems() override { return m_platform.loginItems(); }
+    FilePanels& filePanels() override { return m_platform.filePanels(); }
+    HotKeyService& hotKeys() override { return m_platform.hotKeys(); }
+    Accessibility& accessibility() override { return m_platform.accessibility(); }
+    Workspace& workspace() override { return m_platform.workspace(); }
+    NativeVisibilityBridge& visibilityBridge() override { return m_platform.visibilityBridge(); }
+    DesktopServices& desktopServices() override { return m_platform.desktopServices(); }
+    PrivacySettings& privacySettings() override { return m_platform.privacySettings(); }
+
+private:
+    Platform& m_platform;
+};
+
 // Start-up choices that reach the platform. `scenarioPath`, when given (even empty), names
 // a simulated desktop to load instead of the built-in one; it means nothing on macOS.
 // `replayable` asks for a run that goes the same way each time: virtual time, settings kept

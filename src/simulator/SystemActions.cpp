@@ -17,26 +17,16 @@ namespace tk {
 namespace {
 
 // The running copy's desktop and services, seen from another process.
-class SecondCopyPlatform final : public Platform {
+class SecondCopyPlatform final : public ForwardingPlatform {
 public:
     SecondCopyPlatform(SimPlatform& platform, qint32 pid)
-        : m_platform(platform), m_workspace(platform.desktop(), pid)
+        : ForwardingPlatform(platform), m_workspace(platform.desktop(), pid)
     {
     }
 
-    UserDefaults& userDefaults() override { return m_platform.userDefaults(); }
-    TimeSource& time() override { return m_platform.time(); }
-    LoginItemService& loginItems() override { return m_platform.loginItems(); }
-    FilePanels& filePanels() override { return m_platform.filePanels(); }
-    HotKeyService& hotKeys() override { return m_platform.hotKeys(); }
-    Accessibility& accessibility() override { return m_platform.accessibility(); }
     Workspace& workspace() override { return m_workspace; }
-    NativeVisibilityBridge& visibilityBridge() override { return m_platform.visibilityBridge(); }
-    DesktopServices& desktopServices() override { return m_platform.desktopServices(); }
-    PrivacySettings& privacySettings() override { return m_platform.privacySettings(); }
 
 private:
-    SimPlatform& m_platform;
     SimWorkspace m_workspace;
 };
 

@@ -60,10 +60,10 @@ inline SimScenario withSmallSecondScreen()
 }
 
 // The simulated platform, whose desktop services hand out status items with an inset button.
-class InsetButtonPlatform final : public DesktopServices, public Platform {
+class InsetButtonPlatform final : public DesktopServices, public ForwardingPlatform {
 public:
     explicit InsetButtonPlatform(SimPlatform& sim)
-        : m_sim(sim), m_desktop(sim.simulatedDesktopServices())
+        : ForwardingPlatform(sim), m_desktop(sim.simulatedDesktopServices())
     {
         for (auto signal :
              {&DesktopServices::applicationLaunched, &DesktopServices::applicationTerminated,
@@ -72,16 +72,7 @@ public:
             connect(&m_desktop, signal, this, signal);
     }
 
-    UserDefaults& userDefaults() override { return m_sim.userDefaults(); }
-    TimeSource& time() override { return m_sim.time(); }
-    LoginItemService& loginItems() override { return m_sim.loginItems(); }
-    FilePanels& filePanels() override { return m_sim.filePanels(); }
-    HotKeyService& hotKeys() override { return m_sim.hotKeys(); }
-    Accessibility& accessibility() override { return m_sim.accessibility(); }
-    Workspace& workspace() override { return m_sim.workspace(); }
-    NativeVisibilityBridge& visibilityBridge() override { return m_sim.visibilityBridge(); }
     DesktopServices& desktopServices() override { return *this; }
-    PrivacySettings& privacySettings() override { return m_sim.privacySettings(); }
 
     void becomeAccessory() override { m_desktop.becomeAccessory(); }
     void activateApplication(qint32 pid) override { m_desktop.activateApplication(pid); }
@@ -106,7 +97,6 @@ public:
     QString bundleVersion() const override { return m_desktop.bundleVersion(); }
 
 private:
-    SimPlatform& m_sim;
     SimDesktopServices& m_desktop;
 };
 
