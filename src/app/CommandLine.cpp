@@ -27,4 +27,21 @@ CommandLine CommandLine::parse(const QStringList& arguments)
     return line;
 }
 
+std::optional<QString> CommandLine::conflict() const
+{
+    QStringList runs;
+    if (diagnosticReportPath)
+        runs << diagnosticReportSwitch;
+    if (exportScenarioPath)
+        runs << exportScenarioSwitch;
+    if (scriptPath)
+        runs << scriptSwitch;
+    if (runs.size() < 2)
+        return std::nullopt;
+    const QString last = runs.takeLast();
+    return QStringLiteral("Tuckaway: %1 and %2 cannot be given together: each is a run of its "
+                          "own. Nothing was run.")
+        .arg(runs.join(QStringLiteral(", ")), last);
+}
+
 } // namespace tk

@@ -28,6 +28,10 @@ struct CommandLine {
     // Whether a second copy should hand over to a running one and quit.
     bool checksSingleInstance() const { return !diagnosticReportRequested && !exportScenarioPath; }
 
+    // A diagnostic run, an export run and a scripted session each replace the usual launch:
+    // when more than one is asked for, the sentence that says so; nothing otherwise.
+    std::optional<QString> conflict() const;
+
     static CommandLine parse(const QStringList& arguments);
 
     friend bool operator==(const CommandLine&, const CommandLine&) = default;

@@ -51,6 +51,10 @@ int main(int argc, char** argv)
 {
     const QStringList arguments = argumentsOf(argc, argv);
     const CommandLine commandLine = CommandLine::parse(arguments);
+    if (const std::optional<QString> conflict = commandLine.conflict()) {
+        std::fputs(qPrintable(*conflict + QLatin1Char('\n')), stderr);
+        return 2;
+    }
     quietenToolkitNotes();
     PlatformOptions options;
     options.scenarioPath = commandLine.scenarioPath;

@@ -38,6 +38,9 @@ void TestCommandLine::parse_data()
     QTest::newRow("export, empty value counts")
         << QStringList{u"--export-scenario"_s, QString()}
         << CommandLine{{}, false, {}, false, {}, {}, QString()};
+    QTest::newRow("a diagnostic run and a session")
+        << QStringList{u"--script"_s, u"s"_s, diagnostic, x}
+        << CommandLine{x, true, {}, false, {}, u"s"_s, {}};
     QTest::newRow("near misses are not switches")
         << QStringList{u"--Settings"_s, u"-settings"_s, u"--ui-report=x"_s} << CommandLine{};
 }
@@ -51,6 +54,11 @@ void TestCommandLine::parse()
     QCOMPARE(line, expected);
     QCOMPARE(line.checksSingleInstance(), !arguments.contains(u"--diagnostic-report"_s) &&
                                               !arguments.contains(u"--export-scenario"_s));
+    // A diagnostic run, an export run and a session are each a run of their own.
+    const int runs = int(expected.diagnosticReportPath.has_value()) +
+                     int(expected.exportScenarioPath.has_value()) +
+                     int(expected.scriptPath.has_value());
+    QCOMPARE(line.conflict().has_value(), runs > 1);
     // The program path is searched too.
     QCOMPARE(CommandLine::parse(arguments).openSettings, arguments.contains(u"--settings"_s));
 }

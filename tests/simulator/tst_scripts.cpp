@@ -69,6 +69,7 @@ private Q_SLOTS:
     void builtInSessionSavesPictures();
     void exportedDesktopReplaysTheSameScan_data();
     void exportedDesktopReplaysTheSameScan();
+    void oneRunAtATime();
     void readerRefuses_data();
     void readerRefuses();
     void readerSpelling();
@@ -177,6 +178,21 @@ void TestScripts::exportedDesktopReplaysTheSameScan()
              qPrintable(seen.join(u'\n')));
     QVERIFY(!seen.filter(u"Detectados: "_s).isEmpty()); // the report was written
     QCOMPARE(seenOn({u"--scenario"_s, exported}, directory), seen);
+}
+
+void TestScripts::oneRunAtATime()
+{
+    QTemporaryDir directory;
+    const QString report = directory.filePath(u"informe.txt"_s);
+    const Run run = runProgram({u"--export-scenario"_s, directory.filePath(u"e.json"_s),
+                                u"--script"_s, script(u"collapse.script"_s),
+                                u"--diagnostic-report"_s, report});
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.errors, QByteArray("Tuckaway: --diagnostic-report, --export-scenario and "
+                                    "--script cannot be given together: each is a run of its "
+                                    "own. Nothing was run.\n"));
+    QVERIFY(run.out.isEmpty());
+    QVERIFY(QDir(directory.path()).isEmpty());
 }
 
 void TestScripts::readerRefuses_data()
