@@ -88,10 +88,9 @@ void SimVisibilityFramework::invalidate(const NativeObjectPtr& object)
 void SimVisibilityFramework::answer(const std::shared_ptr<Assertion>& assertion,
                                     const Completion& completion)
 {
-    if (!assertion->invalidated) {
-        m_inForce.push_back(assertion);
-        enforce();
-    }
+    // Nobody holds the assertion before this answer hands it over: it takes effect now.
+    m_inForce.push_back(assertion);
+    enforce();
     deliver(completion, assertion, std::nullopt);
 }
 
