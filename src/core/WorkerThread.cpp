@@ -9,6 +9,7 @@ WorkerThreadBase::~WorkerThreadBase()
 
 void WorkerThreadBase::begin(std::function<void()> work, QThread::Priority priority)
 {
+    Q_ASSERT(!m_thread.joinable()); // one piece of work at a time
     m_thread = std::thread([this, work = std::move(work), priority] {
         if (priority != QThread::InheritPriority)
             QThread::currentThread()->setPriority(priority);

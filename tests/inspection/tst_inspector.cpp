@@ -39,7 +39,7 @@ struct GatedScanner {
     {
         return [this](const QList<ScanApp>& apps) {
             received << apps;
-            priority = QThread::currentThread() == qApp->thread()
+            priority = QThread::currentThread() == QCoreApplication::instance()->thread()
                            ? QThread::InheritPriority
                            : QThread::currentThread()->priority();
             ++calls; // after what the test reads once it sees the count
