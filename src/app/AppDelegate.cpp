@@ -113,7 +113,6 @@ void AppDelegate::startExportRun(const QString& path)
         },
         this);
     connect(walk, &WorkerThreadBase::finished, this, [this, walk, recording, desktop, path] {
-        walk->takeResult();
         walk->deleteLater();
         const std::optional<QString> failure =
             ScenarioExport::save(path, ScenarioExport::write(*recording, *desktop));

@@ -81,30 +81,16 @@ char16_t* writeLiteral(char16_t* out, std::u16string_view text)
     return std::copy(text.begin(), text.end(), out);
 }
 
-// Whole numbers of at most four digits read the same in every form, and they are nearly
-// every coordinate a screen has: written digit by digit, without the general conversion.
-char16_t* writeSmallWholeNumber(char16_t* out, double value)
-{
-    int whole = int(std::abs(value));
-    std::array<char16_t, 5> text{}; // a sign and four digits, filled from the end
-    auto first = text.end();
-    do {
-        *--first = char16_t(u'0' + whole % 10);
-        whole /= 10;
-    } while (whole != 0);
-    if (value < 0)
-        *--first = u'-';
-    return std::copy(first, text.end(), out);
-}
-
 char16_t* writeShortestNumber(char16_t* out, double value)
 {
     if (value == 0.0) {
         *out = u'0'; // -0 as well
         return out + 1;
     }
+    // Whole numbers of at most four digits read the same in every form, and they are nearly
+    // every coordinate a screen has: written digit by digit, without the general conversion.
     if (std::abs(value) < 10000.0 && value == std::trunc(value))
-        return writeSmallWholeNumber(out, value);
+        return writeWholeNumber(out, qint64(value));
     const QString text = QString::number(value, 'g', QLocale::FloatingPointShortest);
     return std::copy_n(text.utf16(), std::min(text.size(), maxNumberSize), out);
 }
@@ -128,6 +114,20 @@ char16_t* Rect::writeText(char16_t* out) const
     out = writeLiteral(out, u", ");
     out = writeShortestNumber(out, height);
     return writeLiteral(out, u"}}");
+}
+
+char16_t* writeWholeNumber(char16_t* out, qint64 number)
+{
+    std::array<char16_t, maxWholeNumberSize> text{}; // filled from the end
+    auto first = text.end();
+    quint64 rest = number < 0 ? 0 - quint64(number) : quint64(number);
+    do {
+        *--first = char16_t(u'0' + rest % 10);
+        rest /= 10;
+    } while (rest != 0);
+    if (number < 0)
+        *--first = u'-';
+    return std::copy(first, text.end(), out);
 }
 
 QString shortestNumber(double value)

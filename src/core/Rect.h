@@ -44,4 +44,9 @@ struct Rect {
 // The shortest text that reads back as the same double; integral values carry no point.
 QString shortestNumber(double value);
 
+// The decimal digits of `number`, after "-" when it is negative, written from `out` on, which
+// has room for `maxWholeNumberSize` characters; returns the end of what was written.
+char16_t* writeWholeNumber(char16_t* out, qint64 number);
+constexpr qsizetype maxWholeNumberSize = 20; // a sign and the 19 digits of 2^63
+
 } // namespace tk

@@ -48,16 +48,8 @@ public:
     TextBuilder& operator<<(char16_t c) { return append(&c, 1); }
     void appendNumber(qint64 number)
     {
-        std::array<char16_t, 20> digits{}; // a sign and the 19 digits of 2^63, from the end
-        auto first = digits.end();
-        quint64 rest = number < 0 ? 0 - quint64(number) : quint64(number);
-        do {
-            *--first = char16_t(u'0' + rest % 10);
-            rest /= 10;
-        } while (rest != 0);
-        if (number < 0)
-            *--first = u'-';
-        append(first, digits.end() - first);
+        makeRoom(maxWholeNumberSize);
+        m_size = writeWholeNumber(m_text.data() + m_size, number) - m_text.data();
     }
     void appendFrame(const Rect& frame)
     {
@@ -325,13 +317,6 @@ std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& elem
         size.kind != AXAttribute::Kind::SizeValue || !position.point || !size.size)
         return std::nullopt;
     return Rect{position.point->x(), position.point->y(), size.size->width(), size.size->height()};
-}
-
-QString actionListText(const QStringList& actions)
-{
-    TextBuilder text;
-    appendActionList(text, actions);
-    return text.text().toString();
 }
 
 } // namespace AXScanner

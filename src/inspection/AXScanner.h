@@ -69,9 +69,6 @@ ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment);
 // The element's position and size, or nothing when either cannot be read.
 std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& element);
 
-// "[\"a\", \"b\"]": each name quoted, with backslash escapes.
-QString actionListText(const QStringList& actions);
-
 } // namespace AXScanner
 
 } // namespace tk
