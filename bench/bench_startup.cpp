@@ -4,7 +4,7 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/StatusItem.h"
-#include "platform/Platform.h"
+#include "app/Platform.h"
 
 #include <QApplication>
 #include <QBuffer>

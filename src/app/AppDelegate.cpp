@@ -13,7 +13,7 @@
 #include "diagnostics/InterfaceReport.h"
 #include "inspection/Workspace.h"
 #include "l10n/L10n.h"
-#include "platform/Platform.h"
+#include "app/Platform.h"
 #include "visibility/NativeVisibilityBridge.h"
 
 #include <QFileInfo>

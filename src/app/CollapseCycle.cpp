@@ -3,7 +3,7 @@
 #include "app/SettingsWindow.h"
 #include "app/StatusItem.h"
 #include "inspection/Workspace.h"
-#include "platform/Platform.h"
+#include "app/Platform.h"
 #include "visibility/BoundaryPolicy.h"
 
 #include <QPointer>

@@ -1,6 +1,6 @@
 // Build step for the macOS bundle: writes the drawn application icon as the PNG files of
 // an icon set folder, which iconutil then compiles into AppIcon.icns.
-#include "app/AppIdentity.h"
+#include "artwork/AppIdentity.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

@@ -3,7 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/DesktopServices.h"
 #include "app/StatusItem.h"
-#include "platform/Platform.h"
+#include "app/Platform.h"
 #include "ui/ConfigurationView.h"
 
 #include <QCloseEvent>

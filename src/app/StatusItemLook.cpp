@@ -1,5 +1,5 @@
 #include "app/AppDelegate.h"
-#include "app/StatusGlyph.h"
+#include "artwork/StatusGlyph.h"
 #include "app/StatusItem.h"
 
 #include <QPointer>

@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/FrontEnd.h"
-#include "platform/Platform.h"
+#include "app/Platform.h"
 
 #include <QApplication>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "SimMenuBarScene.h"
 
-#include "app/StatusGlyph.h"
+#include "artwork/StatusGlyph.h"
 #include "platform/sim/SimDesktop.h"
 #include "simulator/SimulatorTexts.h"
 

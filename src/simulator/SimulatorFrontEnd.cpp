@@ -3,7 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/FrontEnd.h"
-#include "platform/Platform.h"
+#include "app/Platform.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "simulator/HeadlessSession.h"

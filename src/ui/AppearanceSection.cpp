@@ -1,6 +1,6 @@
 #include "AppearanceSection.h"
 
-#include "app/StatusGlyph.h"
+#include "artwork/StatusGlyph.h"
 #include "settings/Preferences.h"
 #include "ui/ChoicePicker.h"
 #include "ui/ImageView.h"

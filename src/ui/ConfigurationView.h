@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/AppIdentity.h"
+#include "artwork/AppIdentity.h"
 #include "core/Rect.h"
 
 #include <QList>

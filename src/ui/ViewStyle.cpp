@@ -1,6 +1,6 @@
 #include "ViewStyle.h"
 
-#include "app/AppIdentity.h"
+#include "artwork/AppIdentity.h"
 
 #include <QFont>
 #include <QFrame>

@@ -1,5 +1,5 @@
 #include "ShellFixture.h"
-#include "app/StatusGlyph.h"
+#include "artwork/StatusGlyph.h"
 
 using namespace tk;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Platform.h"
+#include "app/Platform.h"
 
 namespace tk {
 

@@ -1,6 +1,6 @@
 #include "MacStatusItem.h"
 
-#include "app/StatusGlyph.h"
+#include "artwork/StatusGlyph.h"
 
 #import <AppKit/AppKit.h>
 

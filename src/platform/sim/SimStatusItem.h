@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/StatusGlyph.h"
+#include "artwork/StatusGlyph.h"
 #include "app/StatusItem.h"
 
 #include <QObject>

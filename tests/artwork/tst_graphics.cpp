@@ -1,5 +1,5 @@
-#include "app/AppIdentity.h"
-#include "app/StatusGlyph.h"
+#include "artwork/AppIdentity.h"
+#include "artwork/StatusGlyph.h"
 
 #include <QDir>
 #include <QRegularExpression>
