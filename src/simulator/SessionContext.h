@@ -24,7 +24,7 @@ struct SessionContext {
     QTextStream& out;
     QTextStream& errors;
     VirtualTimeSource* time = nullptr;
-    QString pictureDirectory;          // empty until the first picture chooses one
+    QString pictureDirectory; // empty until the first picture chooses one
     QStringList pictures;
     double started = 0.0; // virtual time at the first line
     bool appQuit = false;
