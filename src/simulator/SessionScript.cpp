@@ -292,6 +292,13 @@ const QStringList& SessionScript::sectionNames()
     return names;
 }
 
+int SessionScript::sectionIndex(const QString& section)
+{
+    bool isIndex = false;
+    const int index = section.toInt(&isIndex);
+    return isIndex ? index : int(sectionNames().indexOf(section));
+}
+
 ScriptOrError SessionScript::read(const QByteArray& bytes)
 {
     QString text;

@@ -43,6 +43,8 @@ ScriptOrError read(const QByteArray& bytes);
 
 // Settings sections by name, in the order of their indices.
 const QStringList& sectionNames();
+// A section by name or by index, as the reader accepts them.
+int sectionIndex(const QString& section);
 
 } // namespace SessionScript
 

@@ -13,7 +13,6 @@
 #include <QComboBox>
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QHash>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -27,16 +26,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-SimApplication application(const QString& bundle, const QString& name, QList<SimElement> items)
-{
-    SimApplication app;
-    if (!bundle.isEmpty())
-        app.bundleIdentifier = bundle;
-    app.name = name;
-    app.items = std::move(items);
-    return app;
-}
-
 QString displayName(const SimApplication& app)
 {
     return app.name.value_or(app.bundleIdentifier.value_or(QString()));
@@ -47,70 +36,6 @@ bool isRunning(const SimDesktop& desktop, const QString& name)
     const QList<SimApplication> running = desktop.applications();
     return std::any_of(running.cbegin(), running.cend(),
                        [&](const SimApplication& app) { return displayName(app) == name; });
-}
-
-} // namespace
-
-SimElement SimulatorPanel::menuBarItem(const QString& title, const QString& description,
-                                       double width)
-{
-    SimElement element;
-    element.role = SimText::of(u"AXMenuBarItem"_s);
-    if (!title.isEmpty())
-        element.title = SimText::of(title);
-    element.description = SimText::of(description);
-    element.width = width;
-    element.actions = QStringList{u"AXPress"_s};
-    return element;
-}
-
-SimulatorPanel::FrameworkMode SimulatorPanel::frameworkModeNamed(const QString& name)
-{
-    static const QHash<QString, FrameworkMode> modes{
-        {u"absent"_s, FrameworkMode::Absent},
-        {u"error"_s, FrameworkMode::Fails},
-        {u"exception"_s, FrameworkMode::Throws},
-        {u"silent"_s, FrameworkMode::Silent},
-    };
-    return modes.value(name, FrameworkMode::Answers);
-}
-
-SimFrameworkBehaviour SimulatorPanel::behaviourFor(FrameworkMode mode, SimFrameworkBehaviour b)
-{
-    using Mode = FrameworkMode;
-    using Answer = SimFrameworkBehaviour::Answer;
-    b.present = mode != Mode::Absent;
-    b.answer = mode == Mode::Fails    ? Answer::Error
-               : mode == Mode::Throws ? Answer::Exception
-               : mode == Mode::Silent ? Answer::None
-                                      : Answer::Success;
-    if (b.errorDescription.isEmpty())
-        b.errorDescription = u"The assertion could not be acquired."_s;
-    if (b.exceptionName.isEmpty())
-        b.exceptionName = u"NSInternalInconsistencyException"_s;
-    if (b.exceptionReason.isEmpty())
-        b.exceptionReason = u"The configuration was rejected."_s;
-    return b;
-}
-
-namespace {
-
-SimulatorPanel::FrameworkMode modeOf(const SimFrameworkBehaviour& behaviour)
-{
-    using Mode = SimulatorPanel::FrameworkMode;
-    if (!behaviour.present)
-        return Mode::Absent;
-    switch (behaviour.answer) {
-    case SimFrameworkBehaviour::Answer::Error:
-        return Mode::Fails;
-    case SimFrameworkBehaviour::Answer::Exception:
-        return Mode::Throws;
-    case SimFrameworkBehaviour::Answer::None:
-        return Mode::Silent;
-    case SimFrameworkBehaviour::Answer::Success:
-        break;
-    }
-    return Mode::Answers;
 }
 
 const QStringList frameworkModeKeys{u"Presente: concede la ocultación"_s, u"Ausente"_s,
@@ -165,24 +90,6 @@ SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget*
 }
 
 SimulatorPanel::~SimulatorPanel() = default;
-
-QList<SimApplication> SimulatorPanel::catalogue()
-{
-    SimApplication slow =
-        application(u"com.mossgate.Sluggard"_s, u"Sluggard"_s, {SimulatorPanel::menuBarItem({}, u"Sluggard"_s, 28)});
-    slow.responseDelay = 0.5;
-    return {
-        application(u"com.pinecrest.Beacon"_s, u"Beacon"_s, {SimulatorPanel::menuBarItem({}, u"Beacon"_s, 28)}),
-        application(u"com.reedwing.Metronome"_s, u"Metronome"_s,
-                    {SimulatorPanel::menuBarItem(u"120 bpm"_s, u"Tempo"_s, 64)}),
-        application(u"com.lapwing.Stopwatch"_s, u"Lapwing"_s,
-                    {SimulatorPanel::menuBarItem(u"00:00"_s, u"Stopwatch"_s, 50)}),
-        application(u"com.quillnote.Quillnote"_s, u"Quillnote"_s,
-                    {SimulatorPanel::menuBarItem({}, u"Quillnote"_s, 28), SimulatorPanel::menuBarItem({}, u"Capture"_s, 28)}),
-        application({}, u"trayhelper"_s, {SimulatorPanel::menuBarItem(u"th"_s, {}, 26)}),
-        slow,
-    };
-}
 
 // A second copy of an application is told apart by a number, as a renamed copy would be.
 SimApplication SimulatorPanel::launchable(int catalogueIndex) const

@@ -43,6 +43,8 @@ public:
     static SimElement menuBarItem(const QString& title, const QString& description, double width);
     // The framework behaviour of a mode, keeping what the scenario says about its answers.
     static SimFrameworkBehaviour behaviourFor(FrameworkMode mode, SimFrameworkBehaviour behaviour);
+    // The mode whose list entry stands for `behaviour`.
+    static FrameworkMode modeOf(const SimFrameworkBehaviour& behaviour);
     // "present", "absent", "error", "exception" or "silent"; anything else: present.
     static FrameworkMode frameworkModeNamed(const QString& name);
 

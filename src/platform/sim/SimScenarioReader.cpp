@@ -1,0 +1,382 @@
+#include "SimScenarioReader.h"
+
+#include <QHash>
+#include <QJsonDocument>
+#include <QSet>
+#include <limits>
+
+namespace tk {
+
+using namespace Qt::StringLiterals;
+using Range = SimJsonReader::Range;
+
+namespace {
+
+constexpr qint64 int32Min = std::numeric_limits<qint32>::min();
+constexpr qint64 int32Max = std::numeric_limits<qint32>::max();
+constexpr double defaultMenuBarHeight = 24.0;
+
+SimText readText(const QJsonObject& object, QLatin1StringView key)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined() || value.isNull())
+        return {};
+    if (value.isString())
+        return SimText::of(value.toString());
+    return {SimText::Kind::OtherType, QString()};
+}
+
+// Anything but a list of strings reads as names that cannot be read.
+std::optional<QStringList> readActions(const QJsonObject& object)
+{
+    const QJsonValue value = object.value("actions"_L1);
+    if (value.isUndefined())
+        return QStringList();
+    if (!value.isArray())
+        return std::nullopt;
+    QStringList names;
+    for (const QJsonValue& name : value.toArray()) {
+        if (!name.isString())
+            return std::nullopt;
+        names.append(name.toString());
+    }
+    return names;
+}
+
+} // namespace
+
+Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
+{
+    if (!document.isObject()) {
+        m_json.fail(QString(), u"must hold a JSON object"_s);
+        return m_json.error();
+    }
+    const QJsonObject root = document.object();
+    m_json.expectKeys(root, QString(),
+                      {"osVersion"_L1, "trusted"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
+                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1});
+    SimScenario scenario;
+    scenario.operatingSystemVersion =
+        m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
+    scenario.trusted = m_json.boolean(root, "trusted"_L1, QString(), true);
+    scenario.screens = readScreens(root, scenario.screens);
+    const QJsonArray apps = m_json.array(root, "apps"_L1, QString());
+    for (qsizetype i = 0; i < apps.size() && m_json.ok(); ++i)
+        scenario.applications.append(
+            readApplication(apps.at(i), SimJsonReader::indexed(u"apps"_s, i)));
+    readOwnProcess(root, scenario);
+    checkUniquePids(scenario);
+    scenario.framework = readFramework(root);
+    scenario.takenShortcuts = readShortcuts(root);
+    scenario.loginItem = readLoginItem(root);
+    if (!m_json.ok())
+        return m_json.error();
+    return scenario;
+}
+
+QList<SimScreen> SimScenarioReader::readScreens(const QJsonObject& root,
+                                             const QList<SimScreen>& fallback)
+{
+    if (!root.contains("screens"_L1))
+        return fallback;
+    const QJsonArray screens = m_json.array(root, "screens"_L1, QString());
+    if (screens.isEmpty())
+        m_json.fail(u"screens"_s, u"must hold at least one screen"_s);
+    if (screens.size() > SimScenarioLoader::maximumScreens)
+        m_json.fail(u"screens"_s,
+                    u"must hold at most %1 screens"_s.arg(SimScenarioLoader::maximumScreens));
+    QList<SimScreen> result;
+    for (qsizetype i = 0; i < screens.size() && m_json.ok(); ++i)
+        result.append(readScreen(screens.at(i), SimJsonReader::indexed(u"screens"_s, i)));
+    return result;
+}
+
+// A visible frame left out is the frame without its menu bar.
+SimScreen SimScenarioReader::readScreen(const QJsonValue& value, const QString& place)
+{
+    SimScreen screen;
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return screen;
+    m_json.expectKeys(*object, place, {"frame"_L1, "visibleFrame"_L1});
+    screen.frame = readRect(object->value("frame"_L1), SimJsonReader::member(place, u"frame"_s),
+                            Range::PositiveLength);
+    screen.visibleFrame = screen.frame;
+    screen.visibleFrame.height = qMax(0.0, screen.frame.height - defaultMenuBarHeight);
+    if (object->contains("visibleFrame"_L1))
+        screen.visibleFrame =
+            readRect(object->value("visibleFrame"_L1),
+                     SimJsonReader::member(place, u"visibleFrame"_s), Range::Length);
+    return screen;
+}
+
+Rect SimScenarioReader::readRect(const QJsonValue& value, const QString& place, Range sizeRange)
+{
+    Rect rect;
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return rect;
+    m_json.expectKeys(*object, place, {"x"_L1, "y"_L1, "width"_L1, "height"_L1});
+    for (const auto key : {"x"_L1, "y"_L1, "width"_L1, "height"_L1}) {
+        if (!object->contains(key))
+            m_json.fail(SimJsonReader::member(place, key), u"is required"_s);
+    }
+    rect.x = m_json.number(*object, "x"_L1, place, 0.0, Range::Coordinate);
+    rect.y = m_json.number(*object, "y"_L1, place, 0.0, Range::Coordinate);
+    rect.width = m_json.number(*object, "width"_L1, place, 0.0, sizeRange);
+    rect.height = m_json.number(*object, "height"_L1, place, 0.0, sizeRange);
+    return rect;
+}
+
+SimApplication SimScenarioReader::readApplication(const QJsonValue& value, const QString& place)
+{
+    SimApplication app;
+    if (!countElement(place))
+        return app;
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return app;
+    m_json.expectKeys(
+        *object, place,
+        {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1, "answersBeforeHanging"_L1,
+         "extrasMenuBar"_L1, "items"_L1});
+    const auto pid = m_json.integer(*object, "pid"_L1, place, 1, int32Max);
+    if (!object->contains("pid"_L1))
+        m_json.fail(SimJsonReader::member(place, u"pid"_s), u"is required"_s);
+    app.pid = qint32(pid.value_or(0));
+    app.bundleIdentifier = m_json.optionalString(*object, "bundle"_L1, place);
+    app.name = m_json.optionalString(*object, "name"_L1, place);
+    app.responseDelay = m_json.number(*object, "responseDelay"_L1, place, 0.0, Range::Seconds);
+    app.answersBeforeHanging =
+        m_json.integer(*object, "answersBeforeHanging"_L1, place, 0, int32Max);
+    app.hasExtrasMenuBar = m_json.boolean(*object, "extrasMenuBar"_L1, place, true);
+    const QString itemsPlace = SimJsonReader::member(place, u"items"_s);
+    const QJsonArray items = m_json.array(*object, "items"_L1, place);
+    if (!app.hasExtrasMenuBar && !items.isEmpty())
+        m_json.fail(itemsPlace, u"must be empty for an application without extras menu bar"_s);
+    for (qsizetype i = 0; i < items.size() && m_json.ok(); ++i) {
+        const QString itemPlace = SimJsonReader::indexed(itemsPlace, i);
+        app.items.append(readElement(items.at(i), itemPlace, 1));
+        addToMenuBar(app.items.constLast(), itemPlace);
+    }
+    return app;
+}
+
+SimElement SimScenarioReader::readElement(const QJsonValue& value, const QString& place, int depth)
+{
+    SimElement element;
+    if (!countElement(place))
+        return element;
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return element;
+    m_json.expectKeys(*object, place,
+                      {"role"_L1, "title"_L1, "description"_L1, "frame"_L1, "position"_L1,
+                       "size"_L1, "width"_L1, "actions"_L1, "positionSettable"_L1,
+                       "settableError"_L1, "children"_L1});
+    element.role = readText(*object, "role"_L1);
+    element.title = readText(*object, "title"_L1);
+    element.description = readText(*object, "description"_L1);
+    readGeometry(*object, place, element);
+    element.width = m_json.number(*object, "width"_L1, place, element.width, Range::Length);
+    element.actions = readActions(*object);
+    element.positionSettable = m_json.boolean(*object, "positionSettable"_L1, place, false);
+    element.settableError =
+        qint32(m_json.integer(*object, "settableError"_L1, place, int32Min, int32Max).value_or(0));
+    const QString childrenPlace = SimJsonReader::member(place, u"children"_s);
+    const QJsonArray children = m_json.array(*object, "children"_L1, place);
+    if (!children.isEmpty() && depth >= SimScenarioLoader::maximumDepth)
+        m_json.fail(childrenPlace,
+                    u"nested deeper than %1 levels"_s.arg(SimScenarioLoader::maximumDepth));
+    for (qsizetype i = 0; i < children.size() && m_json.ok(); ++i)
+        element.children.append(
+            readElement(children.at(i), SimJsonReader::indexed(childrenPlace, i), depth + 1));
+    return element;
+}
+
+// "frame" gives position and size at once; null takes both away. Each of "position" and
+// "size" may be given or taken away (null) on its own.
+void SimScenarioReader::readGeometry(const QJsonObject& object, const QString& place,
+                                  SimElement& element)
+{
+    using Source = SimElement::Source;
+    const QString framePlace = SimJsonReader::member(place, u"frame"_s);
+    if (object.contains("frame"_L1)) {
+        if (object.contains("position"_L1) || object.contains("size"_L1))
+            m_json.fail(framePlace, u"cannot be given together with position or size"_s);
+        const QJsonValue frame = object.value("frame"_L1);
+        if (frame.isNull()) {
+            element.positionSource = element.sizeSource = Source::Missing;
+            return;
+        }
+        const Rect rect = readRect(frame, framePlace, Range::Length);
+        element.positionSource = element.sizeSource = Source::Given;
+        element.position = QPointF(rect.x, rect.y);
+        element.size = QSizeF(rect.width, rect.height);
+        return;
+    }
+    const QJsonValue position = object.value("position"_L1);
+    const QString positionPlace = SimJsonReader::member(place, u"position"_s);
+    if (position.isNull()) {
+        element.positionSource = Source::Missing;
+    } else if (!position.isUndefined()) {
+        if (const auto point = m_json.object(position, positionPlace)) {
+            m_json.expectKeys(*point, positionPlace, {"x"_L1, "y"_L1});
+            element.positionSource = Source::Given;
+            element.position =
+                QPointF(m_json.number(*point, "x"_L1, positionPlace, 0.0, Range::Coordinate),
+                        m_json.number(*point, "y"_L1, positionPlace, 0.0, Range::Coordinate));
+        }
+    }
+    const QJsonValue size = object.value("size"_L1);
+    const QString sizePlace = SimJsonReader::member(place, u"size"_s);
+    if (size.isNull()) {
+        element.sizeSource = Source::Missing;
+    } else if (!size.isUndefined()) {
+        if (const auto extent = m_json.object(size, sizePlace)) {
+            m_json.expectKeys(*extent, sizePlace, {"width"_L1, "height"_L1});
+            element.sizeSource = Source::Given;
+            element.size =
+                QSizeF(m_json.number(*extent, "width"_L1, sizePlace, 0.0, Range::Length),
+                       m_json.number(*extent, "height"_L1, sizePlace, 0.0, Range::Length));
+        }
+    }
+}
+
+SimFrameworkBehaviour SimScenarioReader::readFramework(const QJsonObject& root)
+{
+    SimFrameworkBehaviour behaviour;
+    if (!root.contains("framework"_L1))
+        return behaviour;
+    const QString place = u"framework"_s;
+    const auto object = m_json.object(root.value("framework"_L1), place);
+    if (!object)
+        return behaviour;
+    m_json.expectKeys(*object, place,
+                      {"present"_L1, "answer"_L1, "errorDescription"_L1, "exceptionName"_L1,
+                       "exceptionReason"_L1, "delay"_L1});
+    behaviour.present = m_json.boolean(*object, "present"_L1, place, true);
+    const QStringList answers{u"success"_s, u"error"_s, u"exception"_s, u"none"_s};
+    const auto answer =
+        answers.indexOf(m_json.choice(*object, "answer"_L1, place, answers, answers.first()));
+    behaviour.answer = SimFrameworkBehaviour::Answer(qMax(0, int(answer)));
+    behaviour.errorDescription = m_json.string(*object, "errorDescription"_L1, place, QString());
+    behaviour.exceptionName = m_json.string(*object, "exceptionName"_L1, place, QString());
+    behaviour.exceptionReason = m_json.string(*object, "exceptionReason"_L1, place, QString());
+    behaviour.delaySeconds = m_json.number(*object, "delay"_L1, place, 0.0, Range::Seconds);
+    return behaviour;
+}
+
+QList<SimShortcut> SimScenarioReader::readShortcuts(const QJsonObject& root)
+{
+    static const QStringList keys{u"M"_s, u"B"_s, u"Space"_s};
+    static const QStringList modifiers{u"controlOptionCommand"_s, u"controlOption"_s,
+                                       u"controlShift"_s};
+    QList<SimShortcut> result;
+    const QJsonArray shortcuts = m_json.array(root, "takenShortcuts"_L1, QString());
+    for (qsizetype i = 0; i < shortcuts.size() && m_json.ok(); ++i) {
+        const QString place = SimJsonReader::indexed(u"takenShortcuts"_s, i);
+        const auto object = m_json.object(shortcuts.at(i), place);
+        if (!object)
+            break;
+        m_json.expectKeys(*object, place, {"key"_L1, "modifiers"_L1});
+        result.append(
+            {m_json.choice(*object, "key"_L1, place, keys, keys.first()),
+             m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first())});
+    }
+    return result;
+}
+
+SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& root)
+{
+    SimLoginItems::Behaviour behaviour;
+    if (!root.contains("loginItem"_L1))
+        return behaviour;
+    const QString place = u"loginItem"_s;
+    const auto object = m_json.object(root.value("loginItem"_L1), place);
+    if (!object)
+        return behaviour;
+    m_json.expectKeys(
+        *object, place,
+        {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1, "unregisterError"_L1});
+    behaviour.requiresApproval = m_json.boolean(*object, "requiresApproval"_L1, place, false);
+    behaviour.appFound = m_json.boolean(*object, "appFound"_L1, place, true);
+    const auto failure = [](const std::optional<QString>& description) -> std::optional<Error> {
+        if (!description)
+            return std::nullopt;
+        return Error{u"SMAppServiceErrorDomain"_s, 1, *description};
+    };
+    behaviour.registerFailure = failure(m_json.optionalString(*object, "registerError"_L1, place));
+    behaviour.unregisterFailure =
+        failure(m_json.optionalString(*object, "unregisterError"_L1, place));
+    return behaviour;
+}
+
+// Left out, this process is the newest one (or has the lowest free pid when the newest
+// has the highest there is) and its item stands leftmost of all.
+void SimScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& scenario)
+{
+    qint32 newest = 0;
+    int barItems = 0;
+    QSet<qint32> taken;
+    for (const SimApplication& app : std::as_const(scenario.applications)) {
+        newest = qMax(newest, app.pid);
+        barItems += int(app.items.size());
+        taken.insert(app.pid);
+    }
+    scenario.ownPid = newest < int32Max ? newest + 1 : 1;
+    while (taken.contains(scenario.ownPid))
+        ++scenario.ownPid;
+    scenario.statusItemPlace = barItems;
+    if (!root.contains("tuckaway"_L1))
+        return;
+    const QString place = u"tuckaway"_s;
+    const auto object = m_json.object(root.value("tuckaway"_L1), place);
+    if (!object)
+        return;
+    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1});
+    scenario.ownPid =
+        qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(scenario.ownPid));
+    scenario.statusItemPlace =
+        int(m_json.integer(*object, "place"_L1, place, 0, int32Max).value_or(barItems));
+}
+
+void SimScenarioReader::checkUniquePids(const SimScenario& scenario)
+{
+    QHash<qint32, qsizetype> owners;
+    for (qsizetype i = 0; i < scenario.applications.size() && m_json.ok(); ++i) {
+        const qint32 pid = scenario.applications.at(i).pid;
+        const auto owner = owners.constFind(pid);
+        if (owner != owners.constEnd())
+            m_json.fail(SimJsonReader::indexed(u"apps"_s, i) + u".pid"_s,
+                        u"%1 is already the pid of apps[%2]"_s.arg(pid).arg(*owner));
+        owners.insert(pid, i);
+    }
+    const auto owner = owners.constFind(scenario.ownPid);
+    if (m_json.ok() && owner != owners.constEnd())
+        m_json.fail(u"tuckaway.pid"_s,
+                    u"%1 is already the pid of apps[%2]"_s.arg(scenario.ownPid).arg(*owner));
+}
+
+// The bar lays items out side by side, so their widths add up; bounded, the sum stays a
+// finite place and the picture of the bar a reasonable size.
+void SimScenarioReader::addToMenuBar(const SimElement& item, const QString& place)
+{
+    m_menuBarWidth += item.width;
+    if (m_menuBarWidth > SimScenarioLoader::longestMenuBar)
+        m_json.fail(SimJsonReader::member(place, u"width"_s),
+                    u"the menu-bar items add up to more than %1 points"_s.arg(
+                        SimScenarioLoader::longestMenuBar, 0, 'f', 0));
+}
+
+// Applications and their elements together; a bound on the work a file can cause.
+bool SimScenarioReader::countElement(const QString& place)
+{
+    if (++m_elements <= SimScenarioLoader::maximumElements)
+        return true;
+    m_json.fail(place,
+                u"more than %1 elements in the file"_s.arg(SimScenarioLoader::maximumElements));
+    return false;
+}
+
+} // namespace tk

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/sim/SimJsonReader.h"
+#include "platform/sim/SimScenario.h"
+
+class QJsonDocument;
+
+namespace tk {
+
+// Turns a scenario file's JSON into a scenario, as `SimScenarioLoader` describes the file;
+// counts elements and adds up the menu bar across the whole file.
+class SimScenarioReader {
+public:
+    explicit SimScenarioReader(const QString& fileName) : m_json(fileName) {}
+
+    Result<SimScenario> read(const QJsonDocument& document);
+
+private:
+    QList<SimScreen> readScreens(const QJsonObject& root, const QList<SimScreen>& fallback);
+    SimScreen readScreen(const QJsonValue& value, const QString& place);
+    Rect readRect(const QJsonValue& value, const QString& place, SimJsonReader::Range sizeRange);
+    SimApplication readApplication(const QJsonValue& value, const QString& place);
+    SimElement readElement(const QJsonValue& value, const QString& place, int depth);
+    void readGeometry(const QJsonObject& object, const QString& place, SimElement& element);
+    SimFrameworkBehaviour readFramework(const QJsonObject& root);
+    QList<SimShortcut> readShortcuts(const QJsonObject& root);
+    SimLoginItems::Behaviour readLoginItem(const QJsonObject& root);
+    void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
+    void checkUniquePids(const SimScenario& scenario);
+    bool countElement(const QString& place);
+    void addToMenuBar(const SimElement& item, const QString& place);
+
+    SimJsonReader m_json;
+    int m_elements = 0;
+    double m_menuBarWidth = 0.0; // every application's items together
+};
+
+} // namespace tk

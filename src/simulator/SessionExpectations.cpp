@@ -1,0 +1,138 @@
+#include "SessionExpectations.h"
+
+#include "app/AppDelegate.h"
+#include "app/SettingsWindow.h"
+#include "l10n/L10n.h"
+#include "platform/sim/SimDesktopServices.h"
+#include "platform/sim/SimPlatform.h"
+#include "platform/sim/SimStatusItem.h"
+#include "simulator/SessionContext.h"
+#include "simulator/SessionScript.h"
+
+#include <QSet>
+#include <array>
+
+namespace tk {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Failure = std::optional<QString>;
+using Check = Failure (*)(const SessionContext&, const ScriptStep&);
+
+// "expected KIND EXPECTED, got KIND GOT", or nothing when the two are the same.
+Failure compared(const ScriptStep& step, const QString& expected, const QString& got)
+{
+    if (got == expected)
+        return std::nullopt;
+    return u"expected %1 %2, got %1 %3"_s.arg(step.command.mid(7), expected, got);
+}
+
+// Texts compared as they are, shown in double quotes.
+Failure comparedTexts(const ScriptStep& step, const QString& expected, const QString& got)
+{
+    const auto quoted = [](const QString& text) { return u"\""_s + text + u'"'; };
+    return got == expected ? std::nullopt : compared(step, quoted(expected), quoted(got));
+}
+
+// The same applications, in any order.
+Failure checkHidden(const SessionContext& context, const ScriptStep& step)
+{
+    const QStringList& expected = step.arguments;
+    const QStringList hidden = context.hiddenApplications();
+    if (QSet<QString>(expected.begin(), expected.end()) ==
+        QSet<QString>(hidden.begin(), hidden.end()))
+        return std::nullopt;
+    return compared(step, listed(expected), listed(hidden));
+}
+
+// The reason of the latest collapse in "boundary" mode; "none" for an application it did
+// not judge.
+Failure checkReason(const SessionContext& context, const ScriptStep& step)
+{
+    const QString& bundle = step.arguments[0];
+    const QString& expected = step.arguments[1];
+    QString got = u"none"_s;
+    for (const BoundaryPolicy::Decision& decision : context.app.boundaryDecisions()) {
+        if (decision.bundle == bundle)
+            got = BoundaryPolicy::reasonWord(decision.reason);
+    }
+    if (got == expected)
+        return std::nullopt;
+    return u"expected reason %1 %2, got reason %1 %3"_s.arg(bundle, expected, got);
+}
+
+QString stateName(AppDelegate& app)
+{
+    const VisibilityController& visibility = app.visibility();
+    if (visibility.pending())
+        return u"requesting"_s;
+    if (visibility.active())
+        return u"hidden"_s;
+    return app.inspector().isScanning() ? u"scanning"_s : u"shown"_s;
+}
+
+Failure checkState(const SessionContext& context, const ScriptStep& step)
+{
+    return compared(step, step.arguments[0], stateName(context.app));
+}
+
+Failure checkNotice(const SessionContext& context, const ScriptStep& step)
+{
+    return comparedTexts(step, step.arguments.value(0), context.app.preferences().notice());
+}
+
+Failure checkMessage(const SessionContext& context, const ScriptStep& step)
+{
+    return comparedTexts(step, step.arguments.value(0), context.app.visibility().message());
+}
+
+// The tooltip as shown, the expected text written in Spanish.
+Failure checkTooltip(const SessionContext& context, const ScriptStep& step)
+{
+    const SimStatusItem* item = context.platform.simulatedDesktopServices().statusItem();
+    const QString language = context.app.preferences().language();
+    return comparedTexts(step, L10n::text(step.arguments.value(0), language),
+                         item ? item->toolTip() : QString());
+}
+
+// "open" or "closed", or "open SECTION" when the script names the section.
+Failure checkSettings(const SessionContext& context, const ScriptStep& step)
+{
+    const QStringList& a = step.arguments;
+    const SettingsWindow* window = context.app.settingsWindow();
+    const bool open = window && window->isVisible();
+    if (a.size() != 2)
+        return compared(step, a.value(0), open ? u"open"_s : u"closed"_s);
+    const QStringList& sections = SessionScript::sectionNames();
+    const QString section = sections.value(context.app.preferences().section());
+    return compared(step, u"open "_s + sections.value(SessionScript::sectionIndex(a[1])),
+                    open ? u"open "_s + section : u"closed"_s);
+}
+
+struct Expectation {
+    QStringView command;
+    Check check;
+};
+
+constexpr std::array expectations{
+    Expectation{u"expect hidden", checkHidden},   Expectation{u"expect reason", checkReason},
+    Expectation{u"expect state", checkState},     Expectation{u"expect notice", checkNotice},
+    Expectation{u"expect message", checkMessage}, Expectation{u"expect tooltip", checkTooltip},
+    Expectation{u"expect settings", checkSettings},
+};
+
+} // namespace
+
+std::optional<QString> SessionExpectations::check(const SessionContext& context,
+                                                  const ScriptStep& step)
+{
+    for (const Expectation& expectation : expectations) {
+        if (expectation.command == step.command)
+            return expectation.check(context, step);
+    }
+    return u"%1 is not an expectation"_s.arg(step.command);
+}
+
+} // namespace tk

@@ -1,0 +1,120 @@
+#include "SessionPrinter.h"
+
+#include "app/AppDelegate.h"
+#include "platform/sim/SimDesktopServices.h"
+#include "platform/sim/SimPlatform.h"
+#include "platform/sim/SimStatusItem.h"
+#include "platform/sim/VirtualTime.h"
+#include "simulator/SessionContext.h"
+#include "simulator/SimulatorTexts.h"
+
+#include <QTextStream>
+
+namespace tk {
+
+using namespace Qt::StringLiterals;
+
+SessionPrinter::SessionPrinter(SessionContext& context, QObject* parent)
+    : QObject(parent), m_context(context)
+{
+}
+
+// Printed as they happen, each only when it differs from what was printed last.
+void SessionPrinter::watch()
+{
+    AppDelegate& app = m_context.app;
+    VisibilityController& visibility = app.visibility();
+    connect(&visibility, &VisibilityController::activeChanged, this, &SessionPrinter::printState,
+            Qt::QueuedConnection);
+    connect(&visibility, &VisibilityController::pendingChanged, this, &SessionPrinter::printState,
+            Qt::QueuedConnection);
+    watchStatusLines();
+    connect(&app.inspector(), &Inspector::isScanningChanged, this, [this](bool scanning) {
+        if (scanning)
+            print(text(u"Buscando iconos…"_s));
+    });
+    connect(&app, &AppDelegate::boundaryDecided, this, &SessionPrinter::printDecisions);
+    if (SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem())
+        connect(item, &SimStatusItem::menuPoppedUp, this, &SessionPrinter::printMenu);
+    m_lastMessage = visibility.message();
+    m_lastNotice = app.preferences().notice();
+    m_lastHotkey = app.preferences().hotkeyStatus();
+    m_lastHidden = listed(m_context.hiddenApplications());
+    printState();
+}
+
+// The status line, the notice and the shortcut's status.
+void SessionPrinter::watchStatusLines()
+{
+    connect(&m_context.app.visibility(), &VisibilityController::messageChanged, this,
+            [this](const QString& line) {
+                if (line != std::exchange(m_lastMessage, line) && !line.isEmpty())
+                    print(text(u"Estado"_s) + u": "_s + text(line));
+            });
+    Preferences& preferences = m_context.app.preferences();
+    connect(&preferences, &Preferences::noticeChanged, this, [this](const QString& line) {
+        if (line != std::exchange(m_lastNotice, line) && !line.isEmpty())
+            print(text(u"Aviso"_s) + u": "_s + text(line));
+    });
+    connect(&preferences, &Preferences::hotkeyStatusChanged, this, [this](const QString& line) {
+        if (line != std::exchange(m_lastHotkey, line))
+            print(text(u"Atajo"_s) + u": "_s + text(line));
+    });
+}
+
+// Called on a later turn: the controller publishes its two properties one after the other,
+// and only the pair they form at the end is a state.
+void SessionPrinter::printState()
+{
+    const VisibilityController& visibility = m_context.app.visibility();
+    const QString state = visibility.pending()  ? u"Aplicando…"_s
+                          : visibility.active() ? u"Colapsado"_s
+                                                : u"Expandido"_s;
+    if (state != std::exchange(m_lastState, state))
+        print(text(state));
+}
+
+void SessionPrinter::printHidden()
+{
+    const QStringList hidden = m_context.hiddenApplications();
+    if (listed(hidden) == std::exchange(m_lastHidden, listed(hidden)))
+        return;
+    print(hidden.isEmpty() ? text(u"Ninguna app oculta."_s)
+                           : text(u"Apps ocultas"_s) + u": "_s + hidden.join(u", "_s));
+}
+
+// One line per application, in the order of their bundle identifiers.
+void SessionPrinter::printDecisions()
+{
+    for (const BoundaryPolicy::Decision& decision : m_context.app.boundaryDecisions())
+        print(text(u"Motivo"_s) + u": "_s + decision.bundle + u' ' +
+              BoundaryPolicy::reasonWord(decision.reason));
+}
+
+void SessionPrinter::printMenu()
+{
+    const SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem();
+    if (!item || !item->openMenu())
+        return;
+    QStringList titles;
+    for (const MenuEntry& entry : *item->openMenu()) {
+        if (!entry.isSeparator)
+            titles << entry.title;
+    }
+    print(text(u"Menú"_s) + u": "_s + titles.join(u" · "_s));
+}
+
+void SessionPrinter::print(const QString& line)
+{
+    if (m_context.ended)
+        return;
+    const double elapsed = m_context.time ? m_context.time->now() - m_context.started : 0.0;
+    m_context.out << u"[%1 s] "_s.arg(elapsed, 7, 'f', 2) << line << Qt::endl;
+}
+
+QString SessionPrinter::text(const QString& spanish) const
+{
+    return SimulatorTexts::text(spanish, m_context.app.preferences().language());
+}
+
+} // namespace tk
