@@ -104,8 +104,10 @@ void HeadlessSession::play()
         Q_EMIT finished(2);
         return;
     }
-    connect(&m_context.app, &AppDelegate::quitRequested, this,
-            [this] { m_context.appQuit = true; });
+    connect(&m_context.app, &AppDelegate::quitRequested, this, [this] {
+        m_context.appQuit = true;
+        refuseStepsAfterQuit();
+    });
     m_gate = std::make_unique<ScanGate>(m_context.platform.simulatedAccessibility());
     m_context.started = m_context.time->now();
     m_printer.print(
@@ -113,8 +115,9 @@ void HeadlessSession::play()
     m_printer.watch();
     settle();
     StepOutcome outcome;
-    for (const ScriptStep& step : std::as_const(m_script)) {
-        outcome = perform(step);
+    for (qsizetype i = 0; i < m_script.size(); ++i) {
+        m_next = i + 1;
+        outcome = perform(m_script[i]);
         if (outcome.exitCode != 0 || m_context.appQuit)
             break;
     }
@@ -123,9 +126,20 @@ void HeadlessSession::play()
     conclude(outcome);
 }
 
+// Said while the quit is being asked for, so that the session's exit code is the last word.
+void HeadlessSession::refuseStepsAfterQuit()
+{
+    if (m_context.ended || m_next >= m_script.size())
+        return;
+    conclude({2, QString::number(m_script[m_next].line) +
+                     u": Tuckaway has quit; no step can run after it"_s});
+}
+
 // The last lines, then the exit code, unless the application is quitting of its own accord.
 void HeadlessSession::conclude(const StepOutcome& outcome)
 {
+    if (m_context.ended)
+        return;
     m_gate.reset();
     if (outcome.exitCode != 0) {
         m_context.errors << m_source << u":"_s << outcome.failure << Qt::endl;
@@ -137,7 +151,8 @@ void HeadlessSession::conclude(const StepOutcome& outcome)
                                     QDir(m_context.pictureDirectory).absolutePath())));
     }
     m_context.ended = true; // the quit sequence that follows is not the script's
-    if (!m_context.appQuit)
+    // A script that quits Tuckaway ends with the quit, unless steps were left that cannot run.
+    if (!m_context.appQuit || outcome.exitCode != 0)
         Q_EMIT finished(outcome.exitCode);
 }
 

@@ -56,6 +56,7 @@ Q_SIGNALS:
 private:
     void play();
     void conclude(const StepOutcome& outcome);
+    void refuseStepsAfterQuit();
     StepOutcome perform(const ScriptStep& step);
     StepOutcome act(const ScriptStep& step);
     void settle();
@@ -67,6 +68,7 @@ private:
     SessionSteps m_steps;
     QString m_source;
     QList<ScriptStep> m_script;
+    qsizetype m_next = 0; // the step after the one under way
     std::unique_ptr<ScanGate> m_gate;
 };
 

@@ -191,7 +191,8 @@ const QHash<QString, Check>& commands()
                             [](const QStringList& a) {
                                 return number(a[0], maximumCoordinate)
                                            ? QString()
-                                           : u"X must be a number"_s;
+                                           : u"X must be a number between -%1 and %1"_s.arg(
+                                                 maximumCoordinate);
                             })},
         {u"settings open"_s,
          [](const QStringList& a) { return a.size() > 1 ? u"takes at most a section"_s

@@ -100,6 +100,8 @@ void TestScripts::scriptsThroughTheProgram_data()
         u"unreadable.script:4: unknown step \"jump\""_s);
     row("step that cannot be done", u"impossible.script"_s, 2,
         u"impossible.script:3: the open menu has no entry \"Abrir el Finder\""_s);
+    row("steps after quitting", u"afterquit.script"_s, 2,
+        u"afterquit.script:5: Tuckaway has quit; no step can run after it"_s);
     row("missing", u"missing"_s, 2, u"missing: no such file"_s);
     row("directory", u"directory"_s, 2, u"directory: not a regular file"_s);
     row("huge", u"huge"_s, 2, u"huge: the script is larger than 1048576 bytes"_s);
@@ -216,6 +218,9 @@ void TestScripts::readerRefuses_data()
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
+    row("drag beyond the coordinates", "drag -99999999", 1,
+        u"drag: X must be a number between -1e+06 and 1e+06"_s);
+    row("drag by a word", "drag left", 1, u"drag: X must be a number between -1e+06 and 1e+06"_s);
 }
 
 void TestScripts::readerRefuses()
