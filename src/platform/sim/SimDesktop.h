@@ -84,9 +84,6 @@ public:
     // Applications that quit and have not started again, the latest last: one for each
     // bundle identifier (each name without one), as they ran.
     QList<SimApplication> quitApplications() const;
-    // Where the menu bar remembers items stood, right to left, those of applications that
-    // quit included.
-    const QList<SimBarKey>& rememberedOrder() const { return m_order.keys(); }
 
     // Nothing: no assertion in force. Otherwise only the listed applications keep their
     // items in the menu bar; applications without a bundle identifier lose theirs.
