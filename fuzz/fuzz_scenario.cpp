@@ -40,6 +40,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::check(desktop.application(desktop.ownPid()) != nullptr, "this process runs");
     for (const SimDesktop::BarItem& item : desktop.visibleMenuBarItems())
         fuzz::check(item.frame.width >= 0, "no item has a negative width");
+    qsizetype items = 0;
+    for (const SimApplication& app : desktop.applications())
+        items += app.items.size();
+    fuzz::check(desktop.visibleMenuBarItems().size() == items,
+                "whatever the bar remembers, every running item stands in it once");
     scanDesktop(*platform);
     return 0;
 }

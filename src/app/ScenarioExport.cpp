@@ -6,6 +6,9 @@
 #include <QJsonObject>
 #include <QMutexLocker>
 #include <QSaveFile>
+#include <QSet>
+#include <algorithm>
+#include <limits>
 
 namespace tk {
 
@@ -149,9 +152,30 @@ QJsonObject elementObject(const RecordingAccessibility& recording, const AXEleme
     return object;
 }
 
+// An item of the menu bar as the scan read it, under the key the bar remembers it by.
+struct BarItem {
+    QJsonObject key;
+    std::optional<double> x; // nothing: its position could not be read
+    double width = statedNoWidth;
+    double order = 0.0; // where it stands, right to left by decreasing value
+};
+
+BarItem barItem(const RunningApplication& running, qsizetype index, const QJsonObject& item)
+{
+    BarItem result;
+    result.key = running.bundleIdentifier ? QJsonObject{{u"bundle"_s, *running.bundleIdentifier}}
+                                          : QJsonObject{{u"pid"_s, running.pid}};
+    result.key.insert(u"item"_s, index);
+    const QJsonValue position = item.value(u"position"_s);
+    if (position.isObject())
+        result.x = position.toObject().value(u"x"_s).toDouble();
+    result.width = item.value(u"width"_s).toDouble(statedNoWidth);
+    return result;
+}
+
 // The application and what its extras menu bar held when the scan asked.
 QJsonObject applicationObject(const RecordingAccessibility& recording,
-                              const RunningApplication& running, QJsonArray& barItems)
+                              const RunningApplication& running, QList<BarItem>& barItems)
 {
     QJsonObject object{{u"pid"_s, running.pid}};
     if (running.bundleIdentifier)
@@ -175,21 +199,31 @@ QJsonObject applicationObject(const RecordingAccessibility& recording,
     QJsonArray items;
     if (const std::optional<RecordingAccessibility::Answers> bar = recording.answers(extras->element))
         items = childrenOf(recording, *bar, 0);
-    for (const QJsonValue& item : std::as_const(items))
-        barItems.append(item);
+    for (qsizetype i = 0; i < items.size(); ++i)
+        barItems.append(barItem(running, i, items.at(i).toObject()));
     object.insert(u"items"_s, items);
     return object;
 }
 
+// Right to left as their positions read; an item whose position could not be read stays
+// just after the one the scan read before it.
+QList<BarItem> inBarOrder(QList<BarItem> items)
+{
+    double order = std::numeric_limits<double>::infinity();
+    for (BarItem& item : items)
+        item.order = order = item.x.value_or(order);
+    std::stable_sort(items.begin(), items.end(),
+                     [](const BarItem& a, const BarItem& b) { return a.order > b.order; });
+    return items;
+}
+
 // How many bar items, counted from the right, stand before the first one wholly left of
 // Tuckaway's icon.
-int placeOf(const QJsonArray& barItems, const Rect& ownIcon)
+int placeOf(const QList<BarItem>& barItems, const Rect& ownIcon)
 {
     int place = 0;
-    for (const QJsonValue& item : barItems) {
-        const QJsonObject position = item.toObject().value(u"position"_s).toObject();
-        const double width = item.toObject().value(u"width"_s).toDouble(statedNoWidth);
-        if (!position.isEmpty() && position.value(u"x"_s).toDouble() + width <= ownIcon.minX())
+    for (const BarItem& item : barItems) {
+        if (item.x && *item.x + item.width <= ownIcon.minX())
             break;
         ++place;
     }
@@ -198,6 +232,7 @@ int placeOf(const QJsonArray& barItems, const Rect& ownIcon)
 
 } // namespace
 
+// The bar is remembered in the order the scan read it, so that a replay lays it out alike.
 QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
                                  const ExportedDesktop& desktop)
 {
@@ -206,16 +241,27 @@ QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
         screens.append(QJsonObject{{u"frame"_s, rectObject(screen.frame)},
                                    {u"visibleFrame"_s, rectObject(screen.visibleFrame)}});
     QJsonArray apps;
-    QJsonArray barItems;
+    QList<BarItem> barItems;
     for (const RunningApplication& running : desktop.applications)
         apps.append(applicationObject(recording, running, barItems));
+    barItems = inBarOrder(std::move(barItems));
+    QJsonArray remembered;
+    QSet<QByteArray> listed; // two copies of an application share their places
+    for (const BarItem& item : std::as_const(barItems)) {
+        const QByteArray key = QJsonDocument(item.key).toJson(QJsonDocument::Compact);
+        if (!listed.contains(key))
+            remembered.append(item.key);
+        listed.insert(key);
+    }
     QJsonObject tuckaway{{u"pid"_s, desktop.ownPid}};
     if (desktop.ownIcon)
         tuckaway.insert(u"place"_s, placeOf(barItems, *desktop.ownIcon));
-    const QJsonObject root{{u"screens"_s, screens},
-                           {u"apps"_s, apps},
-                           {u"tuckaway"_s, tuckaway},
-                           {u"trusted"_s, desktop.trusted}};
+    QJsonObject root{{u"screens"_s, screens},
+                     {u"apps"_s, apps},
+                     {u"tuckaway"_s, tuckaway},
+                     {u"trusted"_s, desktop.trusted}};
+    if (!remembered.isEmpty())
+        root.insert(u"remembered"_s, remembered);
     // JSON objects keep no order of their own: the warning is put first by hand.
     QByteArray body = QJsonDocument(root).toJson(QJsonDocument::Indented);
     const QByteArray warning = QJsonDocument(QJsonObject{

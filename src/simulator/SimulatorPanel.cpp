@@ -65,10 +65,11 @@ SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget*
     talk->addStretch(1);
     layout->addLayout(talk, 3);
 
-    connect(&m_desktop, &SimDesktop::applicationLaunched, this,
-            &SimulatorPanel::refreshApplications);
-    connect(&m_desktop, &SimDesktop::applicationTerminated, this,
-            &SimulatorPanel::refreshApplications);
+    for (const auto change :
+         {&SimDesktop::applicationLaunched, &SimDesktop::applicationTerminated}) {
+        connect(&m_desktop, change, this, &SimulatorPanel::refreshApplications);
+        connect(&m_desktop, change, this, &SimulatorPanel::refreshLaunchables);
+    }
     connect(&m_desktop, &SimDesktop::trustChanged, this, &SimulatorPanel::refreshTrust);
     connect(&m_desktop, &SimDesktop::trustPromptRequested, this, [this] {
         showMessage(u"Tuckaway ha pedido el permiso de Accesibilidad: en un Mac el sistema "
@@ -92,9 +93,9 @@ SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget*
 SimulatorPanel::~SimulatorPanel() = default;
 
 // A second copy of an application is told apart by a number, as a renamed copy would be.
-SimApplication SimulatorPanel::launchable(int catalogueIndex) const
+SimApplication SimulatorPanel::launchable(int launchableIndex) const
 {
-    SimApplication app = catalogue().value(catalogueIndex);
+    SimApplication app = launchables().value(launchableIndex);
     const QString name = displayName(app);
     if (!isRunning(m_desktop, name))
         return app;
@@ -107,13 +108,13 @@ SimApplication SimulatorPanel::launchable(int catalogueIndex) const
     return app;
 }
 
-void SimulatorPanel::launch(int catalogueIndex, int count)
+void SimulatorPanel::launch(int launchableIndex, int count)
 {
-    if (catalogueIndex < 0 || catalogueIndex >= catalogue().size())
+    if (launchableIndex < 0 || launchableIndex >= launchables().size())
         return;
     const int launched = qBound(0, count, maximumLaunch);
     for (int i = 0; i < launched; ++i)
-        m_desktop.launchApplication(launchable(catalogueIndex));
+        m_desktop.launchApplication(launchable(launchableIndex));
     if (count > maximumLaunch)
         showMessage(u"Se abren como mucho %1 apps a la vez: se han abierto %1."_s,
                     {QString::number(maximumLaunch)});
@@ -190,8 +191,7 @@ QWidget* SimulatorPanel::buildApplications()
     layout->addWidget(m_quit);
     auto* launchRow = new QHBoxLayout;
     m_catalogue = new QComboBox(m_applicationsBox);
-    for (const SimApplication& app : catalogue())
-        m_catalogue->addItem(displayName(app));
+    refreshLaunchables();
     m_count = new QSpinBox(m_applicationsBox);
     m_count->setRange(1, maximumLaunch);
     m_count->setPrefix(u"× "_s);
@@ -320,6 +320,16 @@ void SimulatorPanel::refreshApplications()
         if (app.pid == selected)
             m_applications->setCurrentItem(row);
     }
+}
+
+// The choice stays on the same application while the list changes around it.
+void SimulatorPanel::refreshLaunchables()
+{
+    const QString chosen = m_catalogue->currentText();
+    m_catalogue->clear();
+    for (const SimApplication& app : launchables())
+        m_catalogue->addItem(displayName(app));
+    m_catalogue->setCurrentIndex(qMax(0, m_catalogue->findText(chosen)));
 }
 
 void SimulatorPanel::refreshTrust()

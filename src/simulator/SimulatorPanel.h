@@ -22,7 +22,7 @@ struct SimElement;
 struct SimFrameworkBehaviour;
 
 // What a person may do to the simulated desktop around Tuckaway: launch and quit other
-// applications, grant or withdraw the Accessibility permission, make the visibility framework
+// applications (and start again those that quit), grant or withdraw the Accessibility permission, make the visibility framework
 // absent, failing or silent; and what the system does around it: press the global shortcut,
 // put the screens to sleep, change the screen parameters, re-open the application, start a
 // second copy of it. It also shows what Tuckaway says (tooltip, status, notice) and
@@ -37,8 +37,11 @@ public:
     SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget* parent = nullptr);
     ~SimulatorPanel() override;
 
-    // The applications the panel can launch, in the order of its list.
+    // The applications the panel always offers to launch.
     static QList<SimApplication> catalogue();
+    // What its list offers: the catalogue, then the applications that quit and that the
+    // catalogue leaves out, to be started again.
+    QList<SimApplication> launchables() const;
     // One extras menu-bar item that answers a press.
     static SimElement menuBarItem(const QString& title, const QString& description, double width);
     // The framework behaviour of a mode, keeping what the scenario says about its answers.
@@ -49,7 +52,7 @@ public:
     static FrameworkMode frameworkModeNamed(const QString& name);
 
     // What the panel's controls do.
-    void launch(int catalogueIndex, int count);
+    void launch(int launchableIndex, int count);
     void quitApplication(qint32 pid);
     void setAccessibilityGranted(bool granted);
     void setFrameworkMode(FrameworkMode mode);
@@ -75,10 +78,11 @@ private:
     QWidget* buildTuckaway();
     QWidget* buildSystem();
     void refreshApplications();
+    void refreshLaunchables();
     void refreshTrust();
     void refreshStatus();
     QString text(const QString& spanish) const;
-    SimApplication launchable(int catalogueIndex) const;
+    SimApplication launchable(int launchableIndex) const;
 
     SimPlatform& m_platform;
     SimDesktop& m_desktop;

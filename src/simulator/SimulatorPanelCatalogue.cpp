@@ -2,6 +2,7 @@
 // panel launches, their menu-bar items, and the modes of the visibility framework.
 #include "SimulatorPanel.h"
 
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimScenario.h"
 
 #include <QHash>
@@ -100,6 +101,23 @@ QList<SimApplication> SimulatorPanel::catalogue()
         application({}, u"trayhelper"_s, {SimulatorPanel::menuBarItem(u"th"_s, {}, 26)}),
         slow,
     };
+}
+
+// An application that quit starts again as a new process.
+QList<SimApplication> SimulatorPanel::launchables() const
+{
+    QList<SimApplication> result = catalogue();
+    const qsizetype offered = result.size();
+    for (SimApplication app : m_desktop.quitApplications()) {
+        const auto same = [&](const SimApplication& known) {
+            return known.bundleIdentifier == app.bundleIdentifier && known.name == app.name;
+        };
+        if (std::none_of(result.cbegin(), result.cbegin() + offered, same)) {
+            app.pid = 0;
+            result.append(app);
+        }
+    }
+    return result;
 }
 
 } // namespace tk

@@ -41,6 +41,55 @@ const QByteArray accessibilityScenario = R"({
     ]
 })";
 
+// The same applications, the bar remembering places of its own: left, ghost (not running),
+// the tool, Tuckaway, then what it leaves out, in launch order.
+const QByteArray rememberedScenario = R"({
+    "screens": [{"frame": {"x": 0, "y": 0, "width": 1000, "height": 700}}],
+    "tuckaway": {"pid": 50},
+    "remembered": [{"bundle": "com.example.left"}, {"bundle": "com.example.ghost", "item": 0},
+                   {"pid": 12}, {"autosaveName": "Tuckaway.main"}],
+    "apps": [
+        {"pid": 10, "bundle": "com.example.right", "items": [{"width": 10}, {"width": 20}]},
+        {"pid": 11, "bundle": "com.example.left", "items": [{"width": 40}]},
+        {"pid": 12, "name": "tool", "items": [{"width": 5}]}
+    ]
+})";
+
+// The bar right to left: "right.1" for com.example.right's second item, "pid:12.0" for an
+// application without bundle identifier, "own" for Tuckaway's.
+QStringList barNames(const SimDesktop& desktop)
+{
+    QStringList names;
+    for (const SimDesktop::BarItem& item : desktop.visibleMenuBarItems()) {
+        const SimApplication* app = desktop.application(item.pid);
+        names << (item.own ? u"own"_s
+                           : app->bundleIdentifier.value_or(u"pid:%1"_s.arg(item.pid))
+                                     .remove(u"com.example."_s) +
+                                 u'.' + QString::number(item.index));
+    }
+    return names;
+}
+
+// "quit PID", "drag X", or "launch WHO N": N items of com.example.WHO, of process WHO when it
+// is a number, of a fresh process without bundle identifier for "-".
+void play(SimDesktop& desktop, const QString& step)
+{
+    const QStringList words = step.split(u' ');
+    if (words.at(0) == u"quit") {
+        QVERIFY(desktop.quitApplication(words.at(1).toInt()));
+    } else if (words.at(0) == u"drag") {
+        desktop.moveStatusItem(words.at(1).toDouble());
+    } else {
+        SimApplication app;
+        bool process = false;
+        app.pid = words.at(1).toInt(&process);
+        if (!process && words.at(1) != u"-")
+            app.bundleIdentifier = u"com.example."_s + words.at(1);
+        app.items = QList<SimElement>(words.at(2).toInt());
+        desktop.launchApplication(app);
+    }
+}
+
 QList<double> barLefts(const SimDesktop& desktop)
 {
     QList<double> lefts;
@@ -69,6 +118,8 @@ private Q_SLOTS:
     void laysOutRightToLeftWithoutHiddenItems();
     void placeIsClampedRememberedAndMovedByDragging();
     void launchedAndQuitApplications();
+    void barRemembersWhereItemsStood_data();
+    void barRemembersWhereItemsStood();
     void requestsCostTheDelayOrTheTimeout_data();
     void requestsCostTheDelayOrTheTimeout();
     void itemsAnswerFromTheirTree();
@@ -131,10 +182,56 @@ void TestSimDesktop::launchedAndQuitApplications()
     QCOMPARE(desktop.visibleMenuBarItems().last().pid, 51);
 
     QVERIFY(desktop.quitApplication(10));
-    // Still after one item: now the first item of the next application.
-    QCOMPARE(desktop.statusItemFrame()->x, 922.0);
+    // Its items keep their places, and Tuckaway, which stood between them, stays there.
+    QCOMPARE(desktop.statusItemFrame()->x, 962.0);
     QVERIFY(!desktop.quitApplication(10));
     QVERIFY(!desktop.quitApplication(desktop.ownPid()));
+}
+
+void TestSimDesktop::barRemembersWhereItemsStood_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<QStringList>("bar"); // right to left, afterwards
+    const auto row = [](const char* name, const QByteArray& json, const QStringList& steps,
+                        const QStringList& bar) { QTest::newRow(name) << json << steps << bar; };
+    row("right of Tuckaway, away: the neighbours keep their order", barScenario, {u"quit 10"_s},
+        {u"own"_s, u"left.0"_s, u"pid:12.0"_s});
+    row("right of Tuckaway, started again: back where it stood", barScenario,
+        {u"quit 10"_s, u"launch right 2"_s},
+        {u"right.0"_s, u"own"_s, u"right.1"_s, u"left.0"_s, u"pid:12.0"_s});
+    row("never seen: at the left end; seen before: in its place", barScenario,
+        {u"quit 11"_s, u"quit 10"_s, u"launch new 1"_s, u"launch left 1"_s, u"launch right 3"_s},
+        {u"right.0"_s, u"own"_s, u"right.1"_s, u"left.0"_s, u"pid:12.0"_s, u"new.0"_s,
+         u"right.2"_s});
+    row("without bundle identifier, the place goes with the process", barScenario,
+        {u"quit 12"_s, u"launch new 1"_s, u"launch 12 1"_s, u"launch - 1"_s},
+        {u"right.0"_s, u"own"_s, u"right.1"_s, u"left.0"_s, u"pid:12.0"_s, u"new.0"_s,
+         u"pid:52.0"_s});
+    // Between left [892, 932] (middle 912) and the tool [887, 892].
+    row("dragged between two neighbours, it stays between them", barScenario,
+        {u"drag 900"_s, u"quit 11"_s, u"quit 10"_s, u"launch left 1"_s},
+        {u"left.0"_s, u"own"_s, u"pid:12.0"_s});
+    row("the scenario's places, an application not running among them", rememberedScenario,
+        {u"launch ghost 1"_s},
+        {u"left.0"_s, u"ghost.0"_s, u"pid:12.0"_s, u"own"_s, u"right.0"_s, u"right.1"_s});
+    QByteArray placed = rememberedScenario;
+    placed.replace(R"(, {"autosaveName": "Tuckaway.main"})", "")
+        .replace(R"("pid": 50)", R"("pid": 50, "place": 1)");
+    row("Tuckaway at its place: left of the item, right of the one not running", placed,
+        {u"launch ghost 1"_s},
+        {u"left.0"_s, u"own"_s, u"ghost.0"_s, u"pid:12.0"_s, u"right.0"_s, u"right.1"_s});
+}
+
+void TestSimDesktop::barRemembersWhereItemsStood()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QStringList, steps);
+    QFETCH(QStringList, bar);
+    SimDesktop desktop(scenario(json));
+    for (const QString& step : std::as_const(steps))
+        play(desktop, step);
+    QCOMPARE(barNames(desktop), bar);
 }
 
 void TestSimDesktop::requestsCostTheDelayOrTheTimeout_data()

@@ -64,6 +64,24 @@ void TestSimScenario::refusesBadContent_data()
     row("item far away", R"({"apps": [{"pid": 1, "items": [{"position": {"x": 1e300, "y": 0}}]}]})",
         u"apps[0].items[0].position.x: must be from -1000000 to 1000000"_s);
 
+    row("remembered twice",
+        R"({"remembered": [{"bundle": "a"}, {"pid": 3}, {"bundle": "a", "item": 0}]})",
+        u"remembered[2]: the same item as remembered[0]"_s);
+    row("remembered, whose", R"({"remembered": [{"item": 1}]})",
+        u"remembered[0]: must hold one of bundle, pid and autosaveName"_s);
+    row("remembered, both", R"({"remembered": [{"bundle": "a", "pid": 3}]})",
+        u"remembered[0]: must hold one of bundle, pid and autosaveName"_s);
+    row("remembered, another autosave name", R"({"remembered": [{"autosaveName": "Other.main"}]})",
+        u"remembered[0].autosaveName: must be one of Tuckaway.main"_s);
+    row("remembered, Tuckaway's item",
+        R"({"remembered": [{"autosaveName": "Tuckaway.main", "item": 0}]})",
+        u"remembered[0].item: cannot be given with autosaveName"_s);
+    row("remembered, item out of reach", R"({"remembered": [{"pid": 3, "item": 100000}]})",
+        u"remembered[0].item: must be a whole number from 0 to 99999"_s);
+    row("Tuckaway's place given twice",
+        R"({"tuckaway": {"place": 0}, "remembered": [{"autosaveName": "Tuckaway.main"}]})",
+        u"tuckaway.place: cannot be given when remembered holds Tuckaway.main"_s);
+
     // The bounds on the file as a whole.
     const QByteArray items = R"({"apps": [{"pid": 1, "items": [)";
     const QByteArray screen = R"({"frame": {"x": 0, "y": 0, "width": 9, "height": 9}},)";
@@ -76,6 +94,9 @@ void TestSimScenario::refusesBadContent_data()
             "]}]}",
         u"apps[0].items[0]"_s + u".children[0]"_s.repeated(63) +
             u".children: nested deeper than 64 levels"_s);
+    row("remembered past the elements",
+        items + QByteArray("{},").repeated(99998) + R"({}]}], "remembered": [{"pid": 1}]})",
+        u"remembered[0]: more than 100000 elements in the file"_s);
     row("17 screens", R"({"screens": [)" + screen.repeated(16) + screen.chopped(1) + "]}",
         u"screens: must hold at most 16 screens"_s);
 }
@@ -128,7 +149,8 @@ void TestSimScenario::readsEveryPartOfTheFormat()
         "takenShortcuts": [{"key": "Space", "modifiers": "controlOption"}],
         "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted"},
         "apps": [{"pid": 5, "bundle": "com.example.a", "items": [
-            {"title": null, "description": "D", "position": {"x": 3, "y": 4}}]}]
+            {"title": null, "description": "D", "position": {"x": 3, "y": 4}}]}],
+        "remembered": [{"bundle": "com.example.b", "item": 2}, {"pid": 7}, {"bundle": "com.example.a"}]
     })json";
     auto result = SimScenarioLoader::parse(json, u"scenario.json"_s);
     QVERIFY2(result, qPrintable(result ? QString() : result.error().description));
@@ -145,6 +167,10 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     QCOMPARE(item.title.kind, SimText::Kind::Absent);
     QCOMPARE(item.description.string, u"D"_s);
     QCOMPARE(item.position, QPointF(3, 4));
+    using Kind = SimBarKey::Kind;
+    QCOMPARE(s.remembered, (QList<SimBarKey>{{Kind::Bundle, u"com.example.b"_s, 0, 2},
+                                             {Kind::Process, QString(), 7, 0},
+                                             {Kind::Bundle, u"com.example.a"_s, 0, 0}}));
 
     // A platform on it: this process, and the shortcut another application holds.
     const auto platform = SimPlatform::forTests(std::move(result).value());

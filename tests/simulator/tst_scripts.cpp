@@ -94,6 +94,8 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("pointer, buttons, time", u"interaction.script"_s, 0);
     row("the system around", u"system.script"_s, 0);
     row("settings", u"settings.script"_s, 0);
+    row("the bar remembers where each icon stood", u"remembered.script"_s, 0, {},
+        u"remembered.json"_s);
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,
@@ -162,6 +164,8 @@ void TestScripts::exportedDesktopReplaysTheSameScan_data()
     QTest::newRow("built-in desktop") << QStringList() << u"both-sides"_s;
     QTest::newRow("frames missing, other row, system items")
         << QStringList{u"--scenario"_s, script(u"reasons.json"_s)} << u"no-frame"_s;
+    QTest::newRow("icons in the order the bar remembers, not the launch order")
+        << QStringList{u"--scenario"_s, script(u"remembered.json"_s)} << u"both-sides"_s;
 }
 
 void TestScripts::exportedDesktopReplaysTheSameScan()

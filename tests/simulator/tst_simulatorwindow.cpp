@@ -79,6 +79,7 @@ private Q_SLOTS:
     void menuOpensAtTheIcon_data();
     void menuOpensAtTheIcon();
     void panelChangesTheDesktop();
+    void panelStartsAgainWhatQuit();
 };
 
 void TestSimulatorWindow::clickAndCommandDrag_data()
@@ -246,6 +247,25 @@ void TestSimulatorWindow::panelChangesTheDesktop()
     panel.launchSecondCopy();
     QCOMPARE(sim.shell.services.activatedApplications(), QList<qint32>{desktop.ownPid()});
     QCOMPARE(sim.shell.services.statusItemCount(), 1);
+}
+
+// On the built-in desktop, Weathervane stands right of Tuckaway: quit and started again from
+// the panel's list, it stands there again, and a collapse leaves it alone.
+void TestSimulatorWindow::panelStartsAgainWhatQuit()
+{
+    Simulator sim(SimScenarioLoader::builtIn());
+    SimulatorPanel& panel = sim.panel();
+    SimDesktop& desktop = sim.shell.desktop;
+    const QStringList bar = visibleNames(desktop);
+    QVERIFY(bar.indexOf(u"Weathervane"_s) < bar.indexOf(u"Tuckaway"_s));
+    panel.quitApplication(1104);
+    QVERIFY(!visibleNames(desktop).contains(u"Weathervane"_s));
+
+    panel.launch(int(SimulatorPanel::catalogue().size()), 1); // the first that quit
+    QCOMPARE(visibleNames(desktop), bar);
+    sim.click();
+    QVERIFY2(sim.hiding(), qPrintable(sim.shell.preferences().notice()));
+    QVERIFY(visibleNames(desktop).contains(u"Weathervane"_s));
 }
 
 QTEST_MAIN(TestSimulatorWindow)

@@ -9,25 +9,52 @@ namespace tk {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// The same application started again: by bundle identifier, by name without one.
+bool sameApplication(const SimApplication& a, const SimApplication& b)
+{
+    if (a.bundleIdentifier || b.bundleIdentifier)
+        return a.bundleIdentifier == b.bundleIdentifier;
+    return a.name == b.name;
+}
+
+} // namespace
+
 QString SimDesktop::statusItemDefaultsKey()
 {
     return u"NSStatusItem Preferred Position "_s + Identity::statusItemAutosaveName;
 }
 
+SimBarKey SimDesktop::statusItemKey()
+{
+    return SimBarKey::autosave(Identity::statusItemAutosaveName);
+}
+
+// The bar remembers the scenario's places, then every running item it leaves out, in launch
+// order; Tuckaway's stands at the place the user defaults remember, else the scenario's.
 SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* parent)
     : QObject(parent), m_scenario(std::move(scenario)), m_defaults(defaults),
-      m_place(m_scenario.statusItemPlace), m_trusted(m_scenario.trusted)
+      m_order(m_scenario.remembered), m_trusted(m_scenario.trusted)
 {
-    for (SimApplication& app : m_scenario.applications)
+    for (SimApplication& app : m_scenario.applications) {
+        m_highestPid = qMax(m_highestPid, app.pid);
         m_running.append(std::make_shared<const SimApplication>(std::move(app)));
+    }
     m_scenario.applications.clear();
     addOwnApplication();
+    for (const auto& app : m_running) {
+        if (app->pid != ownPid())
+            rememberItems(*app);
+    }
+    if (!m_order.contains(statusItemKey()))
+        placeStatusItem(m_scenario.statusItemPlace);
     if (m_defaults) {
         bool ok = false;
         const int remembered =
             m_defaults->string(statusItemDefaultsKey()).value_or(QString()).toInt(&ok);
         if (ok && remembered >= 0)
-            m_place = remembered;
+            placeStatusItem(remembered);
     }
     republish();
 }
@@ -50,7 +77,22 @@ void SimDesktop::addOwnApplication()
     own.bundleIdentifier = Identity::bundleIdentifier;
     own.name = Identity::name;
     own.items = {item};
+    m_highestPid = qMax(m_highestPid, own.pid);
     m_running.append(std::make_shared<const SimApplication>(std::move(own)));
+}
+
+// Items the bar has never seen join it at its left end, in the application's order.
+void SimDesktop::rememberItems(const SimApplication& app)
+{
+    for (int i = 0; i < app.items.size(); ++i)
+        m_order.remember(keyOf(app, i));
+}
+
+SimBarKey SimDesktop::keyOf(const SimApplication& app, int index) const
+{
+    if (app.pid == ownPid())
+        return statusItemKey();
+    return SimBarKey::of(app, index);
 }
 
 QList<SimApplication> SimDesktop::applications() const
@@ -94,7 +136,10 @@ qint32 SimDesktop::launchApplication(SimApplication application)
     if (application.pid <= 0 || this->application(application.pid))
         application.pid = freshPid();
     const qint32 pid = application.pid;
+    m_highestPid = qMax(m_highestPid, pid);
+    m_quit.removeIf([&](const auto& app) { return sameApplication(*app, application); });
     m_running.append(std::make_shared<const SimApplication>(std::move(application)));
+    rememberItems(*m_running.constLast());
     republish();
     emit applicationLaunched(pid);
     emit menuBarChanged();
@@ -105,23 +150,34 @@ bool SimDesktop::quitApplication(qint32 pid)
 {
     if (pid == ownPid())
         return false;
-    const auto removed = m_running.removeIf([pid](const auto& app) { return app->pid == pid; });
-    if (removed == 0)
+    const auto app = std::find_if(m_running.cbegin(), m_running.cend(),
+                                  [pid](const auto& running) { return running->pid == pid; });
+    if (app == m_running.cend())
         return false;
+    const std::shared_ptr<const SimApplication> quit = *app;
+    m_running.erase(app);
+    m_quit.removeIf([&](const auto& earlier) { return sameApplication(*earlier, *quit); });
+    m_quit.append(quit);
     republish();
     emit applicationTerminated(pid);
     emit menuBarChanged();
     return true;
 }
 
-// The next pid above every running one; the lowest free one once the top is reached.
+QList<SimApplication> SimDesktop::quitApplications() const
+{
+    QList<SimApplication> result;
+    for (const auto& app : m_quit)
+        result.append(*app);
+    return result;
+}
+
+// Above every pid a process has had, as a system that counts up does; the lowest free one
+// once the top is reached.
 qint32 SimDesktop::freshPid() const
 {
-    qint32 highest = 0;
-    for (const auto& app : m_running)
-        highest = qMax(highest, app->pid);
-    if (highest < std::numeric_limits<qint32>::max())
-        return highest + 1;
+    if (m_highestPid < std::numeric_limits<qint32>::max())
+        return m_highestPid + 1;
     qint32 pid = 1;
     while (application(pid))
         ++pid;
@@ -175,32 +231,71 @@ int SimDesktop::barItemCount() const
     return count;
 }
 
+int SimDesktop::statusItemPlace() const
+{
+    const QHash<SimBarKey, QList<Slot>> running = runningSlots();
+    int place = 0;
+    for (const SimBarKey& key : m_order.keys()) {
+        if (key == statusItemKey())
+            break;
+        place += int(running.value(key).size());
+    }
+    return place;
+}
+
 void SimDesktop::setStatusItemPlace(int place)
 {
-    m_place = qBound(0, place, barItemCount());
-    if (m_defaults)
-        m_defaults->setString(statusItemDefaultsKey(), QString::number(m_place));
+    placeStatusItem(place);
+    rememberStatusItemPlace();
     republish();
     emit menuBarChanged();
 }
 
-// The item lands right of every visible item whose middle lies left of `x`; hidden items
-// just left of the item it lands beside stay left of it.
+// Just left of the place-th item of a running application, counted from the right; items
+// of applications not running that stand next to it stay left of the status item.
+void SimDesktop::placeStatusItem(int place)
+{
+    const QHash<SimBarKey, QList<Slot>> running = runningSlots();
+    const int wanted = qBound(0, place, barItemCount());
+    std::optional<SimBarKey> neighbour;
+    int passed = 0;
+    for (const SimBarKey& key : m_order.keys()) {
+        if (passed >= wanted)
+            break;
+        if (key == statusItemKey())
+            continue;
+        passed += int(running.value(key).size());
+        neighbour = key;
+    }
+    m_order.placeLeftOf(statusItemKey(), neighbour);
+}
+
+void SimDesktop::rememberStatusItemPlace()
+{
+    if (m_defaults)
+        m_defaults->setString(statusItemDefaultsKey(), QString::number(statusItemPlace()));
+}
+
+// The item lands just left of the leftmost visible item whose middle lies right of `x`;
+// hidden items just left of the item it lands beside stay left of it.
 void SimDesktop::moveStatusItem(double x)
 {
     const Layout& current = m_layout;
-    int place = 0;
-    int fullIndex = 0;
-    for (const auto& app : m_running) {
-        if (app->pid == ownPid())
+    const QHash<SimBarKey, QList<Slot>> running = runningSlots();
+    std::optional<SimBarKey> neighbour;
+    for (const SimBarKey& key : m_order.keys()) {
+        if (key == statusItemKey())
             continue;
-        for (int i = 0; i < app->items.size(); ++i, ++fullIndex) {
-            const auto frame = current.frames.value(app->pid).value(i);
+        for (const Slot& slot : running.value(key)) {
+            const auto frame = current.frames.value(slot.app->pid).value(slot.index);
             if (frame && frame->midX() > x)
-                place = fullIndex + 1;
+                neighbour = key;
         }
     }
-    setStatusItemPlace(place);
+    m_order.placeLeftOf(statusItemKey(), neighbour);
+    rememberStatusItemPlace();
+    republish();
+    emit menuBarChanged();
 }
 
 std::optional<Rect> SimDesktop::statusItemFrame() const
@@ -225,27 +320,25 @@ Rect SimDesktop::toScreenSpace(const Rect& accessibilityRect) const
     return Rect{r.x, top - (r.y + r.height), r.width, r.height};
 }
 
-// Right to left from the primary screen's right edge: every application's items in launch
-// order, this process's item inserted after `m_place` of them. Hidden items leave no gap.
+QHash<SimBarKey, QList<SimDesktop::Slot>> SimDesktop::runningSlots() const
+{
+    QHash<SimBarKey, QList<Slot>> running;
+    for (const auto& app : m_running) {
+        for (int i = 0; i < app->items.size(); ++i)
+            running[keyOf(*app, i)].append({app.get(), i});
+    }
+    return running;
+}
+
+// Right to left from the primary screen's right edge, in the order the bar remembers: items
+// of applications not running leave no gap, nor do hidden items.
 SimDesktop::Layout SimDesktop::computeLayout() const
 {
-    struct Slot {
-        const SimApplication* app;
-        int index;
-    };
+    const QHash<SimBarKey, QList<Slot>> running = runningSlots();
     QList<Slot> order;
-    const SimApplication* own = nullptr;
-    for (const auto& app : m_running) {
-        if (app->pid == ownPid()) {
-            own = app.get();
-            continue;
-        }
-        for (int i = 0; i < app->items.size(); ++i)
-            order.append({app.get(), i});
-    }
-    const qsizetype place = qBound(qsizetype(0), qsizetype(m_place), order.size());
-    for (int i = own ? int(own->items.size()) - 1 : -1; i >= 0; --i)
-        order.insert(place, {own, i});
+    for (const SimBarKey& key : m_order.keys())
+        order.append(running.value(key));
+    const SimApplication* own = application(ownPid());
 
     Layout result;
     const Rect bar = menuBarFrame();

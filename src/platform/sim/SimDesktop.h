@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/sim/SimBarOrder.h"
 #include "platform/sim/SimScenario.h"
 
 #include <QHash>
@@ -39,6 +40,8 @@ public:
     // Where the system remembers the status item's place: "NSStatusItem Preferred Position "
     // followed by its autosave name. The value is the place in decimal.
     static QString statusItemDefaultsKey();
+    // Tuckaway's item in the menu bar's memory.
+    static SimBarKey statusItemKey();
 
     // An item standing in the menu bar, right to left.
     struct BarItem {
@@ -71,11 +74,16 @@ public:
     const SimFrameworkBehaviour& frameworkBehaviour() const { return m_scenario.framework; }
     void setFrameworkBehaviour(const SimFrameworkBehaviour& behaviour);
 
-    // Starts an application; a pid of 0 or one already in use is replaced by a fresh one.
-    // Its items join the bar at the left end. Answers its pid.
+    // Starts an application; a pid of 0 or one already in use is replaced by a fresh one, a
+    // pid that no process has had yet. Its items stand where the bar remembers them, items
+    // it has never seen at the left end. Answers its pid.
     qint32 launchApplication(SimApplication application);
-    // False for an unknown pid and for this application's own process.
+    // False for an unknown pid and for this application's own process. The bar keeps the
+    // places of its items.
     bool quitApplication(qint32 pid);
+    // Applications that quit and have not started again, the latest last: one for each
+    // bundle identifier (each name without one), as they ran.
+    QList<SimApplication> quitApplications() const;
 
     // Nothing: no assertion in force. Otherwise only the listed applications keep their
     // items in the menu bar; applications without a bundle identifier lose theirs.
@@ -87,10 +95,13 @@ public:
     // The menu bar of the primary screen, accessibility space.
     Rect menuBarFrame() const;
 
-    int statusItemPlace() const { return m_place; }
-    // Clamped to the bar; remembered in the user defaults.
+    // How many items of running applications stand right of the status item, hidden ones
+    // included.
+    int statusItemPlace() const;
+    // Puts the status item left of this many items (clamped to the bar); the count is
+    // remembered in the user defaults.
     void setStatusItemPlace(int place);
-    // Drops the status item at this accessibility x, as a ⌘-drag does.
+    // Drops the status item at this accessibility x, as a ⌘-drag does: between two neighbours.
     void moveStatusItem(double x);
     // Accessibility space; nothing while an allow-list hides it.
     std::optional<Rect> statusItemFrame() const;
@@ -116,8 +127,18 @@ private:
         QList<BarItem> bar; // visible items, right to left
         QHash<qint32, QList<std::optional<Rect>>> frames;
     };
+    struct Slot {
+        const SimApplication* app;
+        int index;
+    };
 
     void addOwnApplication();
+    void rememberItems(const SimApplication& app);
+    SimBarKey keyOf(const SimApplication& app, int index) const;
+    // Every running item under its key; items of two copies of one application share one.
+    QHash<SimBarKey, QList<Slot>> runningSlots() const;
+    void placeStatusItem(int place);
+    void rememberStatusItemPlace();
     bool allows(const SimApplication& app) const;
     int barItemCount() const;
     Layout computeLayout() const;
@@ -128,8 +149,10 @@ private:
     SimScenario m_scenario;
     UserDefaults* m_defaults = nullptr;
     QList<std::shared_ptr<const SimApplication>> m_running;
+    QList<std::shared_ptr<const SimApplication>> m_quit; // as `quitApplications()`
+    qint32 m_highestPid = 0;                             // of every process that ran
     std::optional<QSet<QString>> m_allowList;
-    int m_place = 0;
+    SimBarOrder m_order;
     Layout m_layout; // as of the last change: reads between changes cost nothing
     std::atomic<bool> m_trusted{true};
     std::atomic<int> m_trustPrompts{0};

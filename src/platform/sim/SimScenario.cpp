@@ -22,6 +22,13 @@ QString textPlace(const QByteArray& json, qsizetype offset)
 
 } // namespace
 
+SimBarKey SimBarKey::of(const SimApplication& app, int index)
+{
+    if (app.bundleIdentifier)
+        return {Kind::Bundle, *app.bundleIdentifier, 0, index};
+    return {Kind::Process, QString(), app.pid, index};
+}
+
 namespace SimScenarioLoader {
 
 // Only a regular file is read: a pipe could block the start for ever, a device never end.

@@ -4,6 +4,7 @@
 #include "core/Result.h"
 #include "platform/sim/SimLoginItems.h"
 
+#include <QHashFunctions>
 #include <QList>
 #include <QPointF>
 #include <QSizeF>
@@ -66,6 +67,26 @@ struct SimApplication {
     QList<SimElement> items; // the extras menu bar's children, in bar order from the right
 };
 
+// A menu-bar item as the system remembers where it stood: by its application's bundle
+// identifier and its index among that application's items, by process for an application
+// without bundle identifier, and Tuckaway's own by its autosave name.
+struct SimBarKey {
+    enum class Kind { Bundle, Process, Autosave };
+    Kind kind = Kind::Bundle;
+    QString name; // the bundle identifier, or the autosave name
+    qint32 pid = 0;
+    int index = 0;
+
+    static SimBarKey of(const SimApplication& app, int index);
+    static SimBarKey autosave(const QString& name) { return {Kind::Autosave, name, 0, 0}; }
+    friend bool operator==(const SimBarKey&, const SimBarKey&) = default;
+};
+
+inline size_t qHash(const SimBarKey& key, size_t seed = 0)
+{
+    return qHashMulti(seed, int(key.kind), key.name, key.pid, key.index);
+}
+
 // Screen space: origin at the bottom-left of the primary screen, y up.
 struct SimScreen {
     Rect frame;
@@ -94,6 +115,10 @@ struct SimScenario {
     // Tuckaway's status item stands left of this many items of the bar (counted from the
     // right, hidden ones included) unless the user defaults remember another place.
     int statusItemPlace = 0;
+    // Where the menu bar remembers items stood, right to left, applications not running
+    // included. Items of running applications it leaves out follow in launch order, as items
+    // the bar has never seen; Tuckaway's, when left out, stands at `statusItemPlace`.
+    QList<SimBarKey> remembered;
 };
 
 // Reads scenario files. Scenarios are nested JSON (children are held, not referenced),
@@ -108,14 +133,16 @@ struct SimScenario {
 //     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
-//               "extrasMenuBar": true, "items": [element, ...]}] }
+//               "extrasMenuBar": true, "items": [element, ...]}],
+//     "remembered": [{"bundle": "...", "item": 0}, {"pid": 1933},
+//                    {"autosaveName": "Tuckaway.main"}] }
 // An element: "role", "title", "description" (absent, or any JSON value: only a string
 // reads as text), "frame" or "position" / "size" (null: the attribute cannot be read),
 // "width" in the bar, "actions", "positionSettable", "settableError", "children".
 namespace SimScenarioLoader {
 
 constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
-constexpr int maximumElements = 100000; // applications and their elements, all together
+constexpr int maximumElements = 100000; // applications, their elements, remembered places
 constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
 constexpr int maximumScreens = 16;
 constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together

@@ -1,5 +1,7 @@
 #include "SimScenarioReader.h"
 
+#include "core/Identity.h"
+
 #include <QHash>
 #include <QJsonDocument>
 #include <QSet>
@@ -54,7 +56,8 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
     const QJsonObject root = document.object();
     m_json.expectKeys(root, QString(),
                       {"osVersion"_L1, "trusted"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
-                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1});
+                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1,
+                       "remembered"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
@@ -66,6 +69,7 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
             readApplication(apps.at(i), SimJsonReader::indexed(u"apps"_s, i)));
     readOwnProcess(root, scenario);
     checkUniquePids(scenario);
+    readRemembered(root, scenario);
     scenario.framework = readFramework(root);
     scenario.takenShortcuts = readShortcuts(root);
     scenario.loginItem = readLoginItem(root);
@@ -339,6 +343,59 @@ void SimScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& sce
         qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(scenario.ownPid));
     scenario.statusItemPlace =
         int(m_json.integer(*object, "place"_L1, place, 0, int32Max).value_or(barItems));
+}
+
+// Where the menu bar remembers items stood, right to left: items of running applications,
+// of applications that ran before, and Tuckaway's own, whose place is then not given twice.
+void SimScenarioReader::readRemembered(const QJsonObject& root, SimScenario& scenario)
+{
+    const QJsonArray entries = m_json.array(root, "remembered"_L1, QString());
+    QHash<SimBarKey, qsizetype> listed;
+    for (qsizetype i = 0; i < entries.size() && m_json.ok(); ++i) {
+        const QString place = SimJsonReader::indexed(u"remembered"_s, i);
+        const std::optional<SimBarKey> key =
+            countElement(place) ? readBarKey(entries.at(i), place) : std::nullopt;
+        if (!key)
+            return;
+        if (const auto earlier = listed.constFind(*key); earlier != listed.constEnd())
+            m_json.fail(place, u"the same item as remembered[%1]"_s.arg(*earlier));
+        listed.insert(*key, i);
+        scenario.remembered.append(*key);
+    }
+    const auto own = SimBarKey::autosave(Identity::statusItemAutosaveName);
+    if (listed.contains(own) && root.value("tuckaway"_L1).toObject().contains("place"_L1))
+        m_json.fail(u"tuckaway.place"_s,
+                    u"cannot be given when remembered holds %1"_s.arg(own.name));
+}
+
+// One item: "bundle" or "pid" with its "item" index, or Tuckaway's "autosaveName".
+std::optional<SimBarKey> SimScenarioReader::readBarKey(const QJsonValue& value,
+                                                       const QString& place)
+{
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return std::nullopt;
+    m_json.expectKeys(*object, place, {"bundle"_L1, "pid"_L1, "item"_L1, "autosaveName"_L1});
+    const bool own = object->contains("autosaveName"_L1);
+    if (int(object->contains("bundle"_L1)) + int(object->contains("pid"_L1)) + int(own) != 1)
+        m_json.fail(place, u"must hold one of bundle, pid and autosaveName"_s);
+    if (own && object->contains("item"_L1))
+        m_json.fail(SimJsonReader::member(place, u"item"_s),
+                    u"cannot be given with autosaveName"_s);
+    SimBarKey key;
+    if (own) {
+        const QString name = Identity::statusItemAutosaveName;
+        key = SimBarKey::autosave(m_json.choice(*object, "autosaveName"_L1, place, {name}, name));
+    } else if (object->contains("bundle"_L1)) {
+        key.name = m_json.string(*object, "bundle"_L1, place, QString());
+    } else {
+        key.kind = SimBarKey::Kind::Process;
+        key.pid = qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(0));
+    }
+    constexpr int lastIndex = SimScenarioLoader::maximumElements - 1;
+    if (!own)
+        key.index = int(m_json.integer(*object, "item"_L1, place, 0, lastIndex).value_or(0));
+    return m_json.ok() ? std::optional(key) : std::nullopt;
 }
 
 void SimScenarioReader::checkUniquePids(const SimScenario& scenario)

@@ -26,6 +26,8 @@ private:
     QList<SimShortcut> readShortcuts(const QJsonObject& root);
     SimLoginItems::Behaviour readLoginItem(const QJsonObject& root);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
+    void readRemembered(const QJsonObject& root, SimScenario& scenario);
+    std::optional<SimBarKey> readBarKey(const QJsonValue& value, const QString& place);
     void checkUniquePids(const SimScenario& scenario);
     bool countElement(const QString& place);
     void addToMenuBar(const SimElement& item, const QString& place);
