@@ -72,6 +72,8 @@ private Q_SLOTS:
     void requestsCostTheDelayOrTheTimeout_data();
     void requestsCostTheDelayOrTheTimeout();
     void itemsAnswerFromTheirTree();
+    void requestsAnswerAsTheDesktopIsWhenTheyAreMade_data();
+    void requestsAnswerAsTheDesktopIsWhenTheyAreMade();
     void readsOnAnotherThreadWhileTheBarChanges();
 };
 
@@ -214,6 +216,46 @@ void TestSimDesktop::itemsAnswerFromTheirTree()
     QVERIFY(!ax.isProcessTrusted());
     QVERIFY(!ax.promptForTrust());
     QCOMPARE(desktop.trustPromptCount(), 1);
+}
+
+void TestSimDesktop::requestsAnswerAsTheDesktopIsWhenTheyAreMade_data()
+{
+    // What happens between two reads through the same elements: the first item of
+    // com.example.left, at x 892 with Tuckaway right of it, and its extras menu bar.
+    QTest::addColumn<QString>("change");
+    QTest::addColumn<qint32>("error"); // of every request to the item
+    QTest::addColumn<double>("x");
+    QTest::addColumn<int>("barItems"); // -1: the bar cannot be read
+    QTest::newRow("permission withdrawn") << u"untrusted"_s << AXResult::apiDisabled << 0.0 << -1;
+}
+
+void TestSimDesktop::requestsAnswerAsTheDesktopIsWhenTheyAreMade()
+{
+    QFETCH(QString, change);
+    QFETCH(qint32, error);
+    QFETCH(double, x);
+    QFETCH(int, barItems);
+    auto platform = SimPlatform::forTests(scenario(barScenario));
+    Accessibility& ax = platform->accessibility();
+    SimDesktop& desktop = platform->desktop();
+    const AXElementRef bar = ax.attribute(ax.applicationElement(11), u"AXExtrasMenuBar"_s).element;
+    const AXElementRef item = child(ax, bar, 0);
+    QCOMPARE(ax.attribute(item, u"AXPosition"_s).point, std::optional(QPointF(892, 0)));
+
+    if (change == u"untrusted")
+        desktop.setTrusted(false);
+
+    const AXAttribute position = ax.attribute(item, u"AXPosition"_s);
+    QCOMPARE(position.error, error);
+    if (error == AXResult::success)
+        QCOMPARE(position.point, std::optional(QPointF(x, 0)));
+    const bool reachable = error == AXResult::success || error == AXResult::noValue;
+    QCOMPARE(ax.actionNames(item).has_value(), reachable);
+    const AXSettable settable = ax.isAttributeSettable(item, u"AXPosition"_s);
+    QCOMPARE(settable.error, reachable ? AXResult::success : error);
+    const AXAttribute children = ax.attribute(bar, u"AXChildren"_s);
+    QCOMPARE(children.error == AXResult::success ? int(children.elements.size()) : -1, barItems);
+    QCOMPARE(platform->time().now(), 0.0);
 }
 
 // Run under ThreadSanitizer by scripts/tsan.sh.

@@ -187,11 +187,14 @@ AXAttribute itemAttribute(const SimAXElement& element, const QString& name)
     return failed(AXResult::attributeUnsupported);
 }
 
-// Why a request to this element cannot even be sent; success when it can.
-qint32 unreachable(const SimAXElement* element)
+// Why a request to this element cannot even be sent; success when it can. As on the Mac,
+// trust is asked at every request, so that one withdrawn during a walk fails the rest of it.
+qint32 unreachable(const SimAXElement* element, const SimDesktop& desktop)
 {
     if (!element || element->pid <= 0)
         return AXResult::illegalArgument;
+    if (!desktop.isTrusted())
+        return AXResult::apiDisabled;
     return element->state ? AXResult::success : AXResult::cannotComplete;
 }
 
@@ -239,7 +242,7 @@ void SimAccessibility::setMessagingTimeout(const AXElementRef& element, double s
 AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QString& name)
 {
     const SimAXElement* simElement = simulated(element);
-    if (const qint32 error = unreachable(simElement))
+    if (const qint32 error = unreachable(simElement, m_desktop))
         return failed(error);
     if (!answersInTime(*simElement))
         return failed(AXResult::cannotComplete);
@@ -261,7 +264,7 @@ AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QStri
 std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& element)
 {
     const SimAXElement* simElement = simulated(element);
-    if (unreachable(simElement) != AXResult::success ||
+    if (unreachable(simElement, m_desktop) != AXResult::success ||
         !answersInTime(*simElement))
         return std::nullopt;
     if (simElement->kind != SimAXElement::Kind::Item)
@@ -272,7 +275,7 @@ std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& ele
 AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, const QString& name)
 {
     const SimAXElement* simElement = simulated(element);
-    if (const qint32 error = unreachable(simElement))
+    if (const qint32 error = unreachable(simElement, m_desktop))
         return {error, false};
     if (!answersInTime(*simElement))
         return {AXResult::cannotComplete, false};

@@ -15,6 +15,8 @@ class TimeSource;
 // immutable snapshot and is safe on any thread. Each request costs the application's
 // response delay on `time`; a delay longer than the messaging timeout costs the timeout
 // and fails with `AXResult::cannotComplete`, as an unresponsive process does on the Mac.
+// While this process is not trusted, every request fails at once with
+// `AXResult::apiDisabled`: trust is asked at each one, as the Mac does.
 class SimAccessibility final : public Accessibility {
 public:
     // The Mac's messaging timeout for elements that were not given one.
