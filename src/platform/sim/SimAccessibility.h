@@ -10,13 +10,15 @@ namespace tk {
 class SimDesktop;
 class TimeSource;
 
-// The simulated applications' accessibility interface. An application element captures
-// the application's tree and hiding state when it is made, so every read answers from an
-// immutable snapshot and is safe on any thread. Each request costs the application's
-// response delay on `time`; a delay longer than the messaging timeout costs the timeout
-// and fails with `AXResult::cannotComplete`, as an unresponsive process does on the Mac.
-// While this process is not trusted, every request fails at once with
-// `AXResult::apiDisabled`: trust is asked at each one, as the Mac does.
+// The simulated applications' accessibility interface. Elements are live, as on the Mac:
+// each request answers from the desktop's state published at that moment (read without a
+// lock, safe on any thread), so an item that moved, left or came back between two reads
+// is seen as it is at the second, and once an element's application has quit its
+// requests fail with `AXResult::invalidUIElement`. Each request costs the application's
+// response delay on `time`; a delay longer than the messaging timeout, or a process that
+// has hung, costs the timeout and fails with `AXResult::cannotComplete`, as an
+// unresponsive process does on the Mac. While this process is not trusted, every request
+// fails at once with `AXResult::apiDisabled`: trust is asked at each one.
 class SimAccessibility final : public Accessibility {
 public:
     // The Mac's messaging timeout for elements that were not given one.
@@ -40,8 +42,6 @@ public:
 
 private:
     void waitWhileHeld();
-
-    bool answersInTime(const AXElement& element);
 
     SimDesktop& m_desktop;
     TimeSource& m_time;

@@ -9,6 +9,14 @@ namespace tk {
 
 using namespace Qt::StringLiterals;
 
+bool SimProcess::answers()
+{
+    qint64 left = m_answersLeft.load();
+    while (left > 0 && !m_answersLeft.compare_exchange_weak(left, left - 1)) {
+    }
+    return left != 0;
+}
+
 QString SimDesktop::statusItemDefaultsKey()
 {
     return u"NSStatusItem Preferred Position "_s + Identity::statusItemAutosaveName;
@@ -19,7 +27,7 @@ SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* pa
       m_place(m_scenario.statusItemPlace), m_trusted(m_scenario.trusted)
 {
     for (SimApplication& app : m_scenario.applications)
-        m_running.append(std::make_shared<const SimApplication>(std::move(app)));
+        start(std::make_shared<const SimApplication>(std::move(app)));
     m_scenario.applications.clear();
     addOwnApplication();
     if (m_defaults) {
@@ -50,7 +58,14 @@ void SimDesktop::addOwnApplication()
     own.bundleIdentifier = Identity::bundleIdentifier;
     own.name = Identity::name;
     own.items = {item};
-    m_running.append(std::make_shared<const SimApplication>(std::move(own)));
+    start(std::make_shared<const SimApplication>(std::move(own)));
+}
+
+void SimDesktop::start(std::shared_ptr<const SimApplication> application)
+{
+    m_processes.insert(application->pid,
+                       std::make_shared<SimProcess>(application->answersBeforeHanging));
+    m_running.append(std::move(application));
 }
 
 QList<SimApplication> SimDesktop::applications() const
@@ -94,7 +109,7 @@ qint32 SimDesktop::launchApplication(SimApplication application)
     if (application.pid <= 0 || this->application(application.pid))
         application.pid = freshPid();
     const qint32 pid = application.pid;
-    m_running.append(std::make_shared<const SimApplication>(std::move(application)));
+    start(std::make_shared<const SimApplication>(std::move(application)));
     republish();
     emit applicationLaunched(pid);
     emit menuBarChanged();
@@ -108,10 +123,33 @@ bool SimDesktop::quitApplication(qint32 pid)
     const auto removed = m_running.removeIf([pid](const auto& app) { return app->pid == pid; });
     if (removed == 0)
         return false;
+    m_processes.remove(pid);
     republish();
     emit applicationTerminated(pid);
     emit menuBarChanged();
     return true;
+}
+
+bool SimDesktop::changeItems(qint32 pid, QList<SimElement> items)
+{
+    const std::optional<qsizetype> index = otherApplication(pid);
+    if (!index)
+        return false;
+    SimApplication changed = *m_running.at(*index);
+    changed.items = std::move(items);
+    m_running[*index] = std::make_shared<const SimApplication>(std::move(changed));
+    republish();
+    emit menuBarChanged();
+    return true;
+}
+
+std::optional<qsizetype> SimDesktop::otherApplication(qint32 pid) const
+{
+    for (qsizetype i = 0; i < m_running.size(); ++i) {
+        if (m_running.at(i)->pid == pid && pid != ownPid())
+            return i;
+    }
+    return std::nullopt;
 }
 
 // The next pid above every running one; the lowest free one once the top is reached.
@@ -272,6 +310,7 @@ void SimDesktop::republish()
     for (const auto& app : m_running) {
         auto state = std::make_shared<SimApplicationState>();
         state->application = app;
+        state->process = m_processes.value(app->pid);
         state->visible = allows(*app);
         state->barFrames = current.frames.value(app->pid);
         state->barFrames.resize(app->items.size());

@@ -13,10 +13,28 @@ namespace tk {
 
 class UserDefaults;
 
+// A running application's process, from its launch to its quit, whatever the desktop
+// publishes meanwhile: what lasts from one accessibility request to the next. Safe on any
+// thread.
+class SimProcess {
+public:
+    explicit SimProcess(std::optional<qint64> answersBeforeHanging)
+        : m_answersLeft(answersBeforeHanging.value_or(-1))
+    {
+    }
+
+    // Takes one request: false once the process has hung, and from then on until it recovers.
+    bool answers();
+
+private:
+    std::atomic<qint64> m_answersLeft; // negative: it never hangs
+};
+
 // One running application as the accessibility interface sees it at one moment:
-// immutable, so readers on any thread need no lock.
+// immutable but for its process, so readers on any thread need no lock.
 struct SimApplicationState {
     std::shared_ptr<const SimApplication> application;
+    std::shared_ptr<SimProcess> process; // the same in every state while the application runs
     bool visible = true; // false while an allow-list hides its items
     // Where the layout put each item of its extras menu bar (accessibility space);
     // nothing while hidden.
@@ -76,6 +94,8 @@ public:
     qint32 launchApplication(SimApplication application);
     // False for an unknown pid and for this application's own process.
     bool quitApplication(qint32 pid);
+    // The application puts other items in its extras menu bar; false as for quitting.
+    bool changeItems(qint32 pid, QList<SimElement> items);
 
     // Nothing: no assertion in force. Otherwise only the listed applications keep their
     // items in the menu bar; applications without a bundle identifier lose theirs.
@@ -118,6 +138,9 @@ private:
     };
 
     void addOwnApplication();
+    void start(std::shared_ptr<const SimApplication> application);
+    // The running application other than this one, by pid; nothing when there is none.
+    std::optional<qsizetype> otherApplication(qint32 pid) const;
     bool allows(const SimApplication& app) const;
     int barItemCount() const;
     Layout computeLayout() const;
@@ -128,6 +151,7 @@ private:
     SimScenario m_scenario;
     UserDefaults* m_defaults = nullptr;
     QList<std::shared_ptr<const SimApplication>> m_running;
+    QHash<qint32, std::shared_ptr<SimProcess>> m_processes; // of the running applications
     std::optional<QSet<QString>> m_allowList;
     int m_place = 0;
     Layout m_layout; // as of the last change: reads between changes cost nothing

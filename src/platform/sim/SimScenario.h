@@ -59,8 +59,9 @@ struct SimApplication {
     std::optional<QString> bundleIdentifier;
     std::optional<QString> name;
     double responseDelay = 0.0; // seconds each accessibility request takes to answer
-    // After this many requests to an application element and the elements read from it, the
-    // application stops answering (a process that hangs mid-scan); nothing: it never does.
+    // After this many accessibility requests, counted from its launch, the application stops
+    // answering (a process that hangs, mid-scan or between scans) and stays so, scan after
+    // scan; nothing: it never does.
     std::optional<qint64> answersBeforeHanging;
     bool hasExtrasMenuBar = true;
     QList<SimElement> items; // the extras menu bar's children, in bar order from the right
