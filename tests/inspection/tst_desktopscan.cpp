@@ -1,5 +1,6 @@
 #include "core/Time.h"
 #include "inspection/Inspector.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
 
@@ -15,6 +16,7 @@ class TestDesktopScan : public QObject {
 private Q_SLOTS:
     void scansTheBuiltInDesktop();
     void applicationsThatHangMidScanCannotHoldItPastItsDeadline();
+    void aHungApplicationStaysHungUntilItRecovers();
 };
 
 void TestDesktopScan::scansTheBuiltInDesktop()
@@ -98,6 +100,44 @@ void TestDesktopScan::applicationsThatHangMidScanCannotHoldItPastItsDeadline()
     QVERIFY2(overrun >= 0 && overrun <= AXScanner::messagingTimeout + 1e-9,
              qPrintable(QString::number(overrun)));
     QVERIFY(result.items.isEmpty());
+}
+
+// The first application answers one whole scan (ten requests for its one item) and hangs;
+// every later scan pays one messaging timeout for it and finds nothing, until it recovers.
+void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
+{
+    SimScenario scenario = SimScenarioLoader::builtIn();
+    scenario.applications.clear();
+    SimElement item;
+    item.role = SimText::of(u"AXMenuBarItem"_s);
+    item.title = SimText::of(u"item"_s);
+    QList<ScanApp> apps;
+    for (const qint32 pid : {7001, 7002}) {
+        SimApplication app;
+        app.pid = pid;
+        app.answersBeforeHanging = pid == 7001 ? std::optional<qint64>(10) : std::nullopt;
+        app.items = {item};
+        scenario.applications.append(app);
+        apps.append({pid, std::nullopt, std::nullopt});
+    }
+    const std::unique_ptr<SimPlatform> platform = SimPlatform::forTests(std::move(scenario));
+    SimDesktop& desktop = platform->desktop();
+    const auto scanned = [&] {
+        QStringList ids;
+        for (const ExternalItem& found :
+             AXScanner::scan(apps, {platform->accessibility(), platform->time(), QString()}).items)
+            ids << found.id;
+        return ids;
+    };
+    QCOMPARE(scanned(), (QStringList{u"7001:extras.0:item"_s, u"7002:extras.0:item"_s}));
+    for (int i = 1; i <= 2; ++i) {
+        QCOMPARE(scanned(), QStringList{u"7002:extras.0:item"_s});
+        QCOMPARE(platform->time().now(), i * AXScanner::messagingTimeout);
+    }
+    QVERIFY(desktop.setHung(7002, true));
+    QVERIFY(desktop.setHung(7001, false));
+    QVERIFY(!desktop.setHung(desktop.ownPid(), true));
+    QCOMPARE(scanned(), QStringList{u"7001:extras.0:item"_s});
 }
 
 QTEST_GUILESS_MAIN(TestDesktopScan)

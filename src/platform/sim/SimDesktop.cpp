@@ -143,6 +143,15 @@ bool SimDesktop::changeItems(qint32 pid, QList<SimElement> items)
     return true;
 }
 
+bool SimDesktop::setHung(qint32 pid, bool hung)
+{
+    if (!otherApplication(pid))
+        return false;
+    SimProcess& process = *m_processes.value(pid);
+    hung ? process.hang() : process.recover();
+    return true;
+}
+
 std::optional<qsizetype> SimDesktop::otherApplication(qint32 pid) const
 {
     for (qsizetype i = 0; i < m_running.size(); ++i) {

@@ -25,6 +25,8 @@ public:
 
     // Takes one request: false once the process has hung, and from then on until it recovers.
     bool answers();
+    void hang() { m_answersLeft = 0; }
+    void recover() { m_answersLeft = -1; }
 
 private:
     std::atomic<qint64> m_answersLeft; // negative: it never hangs
@@ -96,6 +98,9 @@ public:
     bool quitApplication(qint32 pid);
     // The application puts other items in its extras menu bar; false as for quitting.
     bool changeItems(qint32 pid, QList<SimElement> items);
+    // The application stops answering accessibility requests and stays so, scan after scan,
+    // until it recovers; false as for quitting.
+    bool setHung(qint32 pid, bool hung);
 
     // Nothing: no assertion in force. Otherwise only the listed applications keep their
     // items in the menu bar; applications without a bundle identifier lose theirs.
