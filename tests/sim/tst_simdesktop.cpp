@@ -75,7 +75,7 @@ void change(SimDesktop& desktop, const QString& name)
         desktop.moveStatusItem(850);
     else
         desktop.setAllowList(name == u"shown" ? std::nullopt
-                                               : std::optional<QSet<QString>>(QSet<QString>{}));
+                                              : std::optional<QSet<QString>>(QSet<QString>{}));
 }
 
 } // namespace

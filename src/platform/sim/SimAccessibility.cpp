@@ -271,24 +271,51 @@ SimAccessibility::~SimAccessibility() = default;
 
 void SimAccessibility::holdAnswers(bool held)
 {
-    {
-        const std::lock_guard lock(m_holdMutex);
-        m_held = held;
-    }
-    m_released.notify_all();
+    holdAnswersWhen(held ? HoldCondition([](qint32) { return true; }) : HoldCondition());
 }
 
-void SimAccessibility::waitWhileHeld()
+void SimAccessibility::holdAnswersWhen(HoldCondition condition)
 {
-    if (QThread::currentThread() == QCoreApplication::instance()->thread())
+    {
+        const std::lock_guard lock(m_holdMutex);
+        m_holding = bool(condition);
+        m_holdCondition = std::move(condition);
+        ++m_holdGeneration;
+    }
+    m_holdChanged.notify_all();
+}
+
+bool SimAccessibility::waitForHeldWalk(std::chrono::milliseconds timeout)
+{
+    std::unique_lock lock(m_holdMutex);
+    return m_holdChanged.wait_for(
+        lock, timeout, [this] { return m_heldWalks > 0 && m_heldGeneration == m_holdGeneration; });
+}
+
+void SimAccessibility::waitWhileHeld(qint32 pid)
+{
+    if (!m_holding.load() || QThread::currentThread() == QCoreApplication::instance()->thread())
         return;
     std::unique_lock lock(m_holdMutex);
-    m_released.wait(lock, [this] { return !m_held; });
+    while (m_holdCondition && m_holdCondition(pid)) {
+        const quint64 generation = m_holdGeneration;
+        m_heldGeneration = generation;
+        ++m_heldWalks;
+        m_holdChanged.notify_all();
+        m_holdChanged.wait(lock, [&] { return m_holdGeneration != generation; });
+        --m_heldWalks;
+    }
+}
+
+void SimAccessibility::waitWhileHeld(const AXElementRef& element)
+{
+    const SimAXElement* simElement = simulated(element);
+    waitWhileHeld(simElement ? simElement->pid : 0);
 }
 
 AXElementRef SimAccessibility::applicationElement(qint32 pid)
 {
-    waitWhileHeld();
+    waitWhileHeld(pid);
     const auto world = m_desktop.state();
     const auto application = world->applications.value(pid);
     return std::make_shared<SimAXElement>(pid, application ? application->process : nullptr,
@@ -304,6 +331,7 @@ void SimAccessibility::setMessagingTimeout(const AXElementRef& element, double s
 
 AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QString& name)
 {
+    waitWhileHeld(element);
     const Request request = send(m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return failed(request.error);
@@ -320,6 +348,7 @@ AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QStri
 
 std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& element)
 {
+    waitWhileHeld(element);
     const Request request = send(m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return std::nullopt;
@@ -328,6 +357,7 @@ std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& ele
 
 AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, const QString& name)
 {
+    waitWhileHeld(element);
     const Request request = send(m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return {request.error, false};

@@ -2,7 +2,10 @@
 
 #include "inspection/Accessibility.h"
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 
 namespace tk {
@@ -36,18 +39,35 @@ public:
     bool isProcessTrusted() override;
     bool promptForTrust() override;
 
-    // While held, a walk off the main thread waits before each application, as if every
-    // application were busy, so that a scan under way stays under way until it is let go.
+    // Given the pid a request goes to (0 for an element that is not a simulated one),
+    // whether a walk off the main thread must wait before making it.
+    using HoldCondition = std::function<bool(qint32 pid)>;
+
+    // While held, a walk off the main thread waits before each request (an application
+    // element, a read, the action names, a settable query), as if every application were
+    // busy, so that a scan under way stays under way until it is let go.
     void holdAnswers(bool held);
+    // Holds the requests for which `condition` answers true; nothing holds none. It is asked
+    // on the walk's thread, one request at a time, as each comes and again whenever the
+    // hold changes, so that a test or a script can stop a walk at a chosen request, change
+    // the desktop and let it go on.
+    void holdAnswersWhen(HoldCondition condition);
+    // Waits up to `timeout` for a walk to wait at the hold now in force; true when one does.
+    bool waitForHeldWalk(std::chrono::milliseconds timeout);
 
 private:
-    void waitWhileHeld();
+    void waitWhileHeld(qint32 pid);
+    void waitWhileHeld(const AXElementRef& element);
 
     SimDesktop& m_desktop;
     TimeSource& m_time;
+    std::atomic<bool> m_holding{false}; // whether a condition is in force; read without the lock
     std::mutex m_holdMutex;
-    std::condition_variable m_released;
-    bool m_held = false;
+    std::condition_variable m_holdChanged;
+    HoldCondition m_holdCondition;
+    quint64 m_holdGeneration = 0; // raised at every change of the hold
+    quint64 m_heldGeneration = 0; // the hold the last walk to stop stopped at
+    int m_heldWalks = 0;
 };
 
 } // namespace tk
