@@ -72,6 +72,22 @@ QString listed(const QStringList& applications)
     return applications.isEmpty() ? u"nothing"_s : applications.join(u' ');
 }
 
+// The running application a script names, other than Tuckaway.
+std::optional<qint32> runningPid(const SimDesktop& desktop, const QString& application)
+{
+    for (const SimApplication& app : desktop.applications()) {
+        if (applicationId(app) == application && app.pid != desktop.ownPid())
+            return app.pid;
+    }
+    return std::nullopt;
+}
+
+// Permission steps that name an application run while the scan under way is under way.
+bool runsDuringScan(const ScriptStep& step)
+{
+    return step.command == u"permission" && step.arguments.size() == 3;
+}
+
 } // namespace
 
 HeadlessSession::HeadlessSession(SimPlatform& platform, AppDelegate& app, QTextStream& out,
@@ -174,7 +190,8 @@ HeadlessSession::Outcome HeadlessSession::perform(const ScriptStep& step)
             return {1, where + *failure};
         return {};
     }
-    settle();
+    if (!runsDuringScan(step))
+        settle();
     print(u"▸ "_s + step.text());
     Outcome outcome = act(step);
     drain();
@@ -414,6 +431,10 @@ HeadlessSession::Outcome HeadlessSession::actOnDesktop(const ScriptStep& step)
         return launch(first, step.arguments.value(1));
     if (command == u"quit")
         return quitApplication(first);
+    if (runsDuringScan(step))
+        return setPermissionDuringScan(first == u"on", step.arguments.at(2));
+    if (command == u"hang" || command == u"recover")
+        return setHung(first, command == u"hang");
     if (command == u"permission")
         desktop.setTrusted(first == u"on");
     else if (command == u"framework")
@@ -516,14 +537,40 @@ HeadlessSession::Outcome HeadlessSession::launch(const QString& application, con
 
 HeadlessSession::Outcome HeadlessSession::quitApplication(const QString& application)
 {
-    SimDesktop& desktop = m_platform.desktop();
-    for (const SimApplication& app : desktop.applications()) {
-        if (applicationId(app) == application && app.pid != desktop.ownPid()) {
-            desktop.quitApplication(app.pid);
-            return {};
-        }
-    }
-    return {2, u"no application %1 is running"_s.arg(application)};
+    const std::optional<qint32> pid = runningPid(m_platform.desktop(), application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    m_platform.desktop().quitApplication(*pid);
+    return {};
+}
+
+// The scan under way runs on until it comes to the application and waits there while the
+// permission changes, then for the next step as any scan does; without a scan under way,
+// or when it ends first, the permission changes then.
+HeadlessSession::Outcome HeadlessSession::setPermissionDuringScan(bool granted,
+                                                                  const QString& application)
+{
+    const std::optional<qint32> pid = runningPid(m_platform.desktop(), application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    SimAccessibility& accessibility = m_platform.simulatedAccessibility();
+    accessibility.holdAnswersWhen([pid](qint32 to) { return to == *pid; });
+    const QDeadlineTimer limit{std::chrono::seconds{realTimeLimitPerScan}};
+    while (m_app.inspector().isScanning() && !limit.hasExpired() &&
+           !accessibility.waitForHeldWalk(std::chrono::milliseconds(10)))
+        QCoreApplication::processEvents();
+    m_platform.desktop().setTrusted(granted);
+    m_gate->close();
+    return {};
+}
+
+HeadlessSession::Outcome HeadlessSession::setHung(const QString& application, bool hung)
+{
+    const std::optional<qint32> pid = runningPid(m_platform.desktop(), application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    m_platform.desktop().setHung(*pid, hung);
+    return {};
 }
 
 void HeadlessSession::secondLaunch()

@@ -81,6 +81,8 @@ private:
     Outcome pointer(const QStringList& arguments);
     Outcome launch(const QString& application, const QString& name);
     Outcome quitApplication(const QString& application);
+    Outcome setPermissionDuringScan(bool granted, const QString& application);
+    Outcome setHung(const QString& application, bool hung);
     void secondLaunch();
     void set(const QString& field, const QString& value);
     Outcome savePicture(const QString& name);

@@ -94,6 +94,7 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("pointer, buttons, time", u"interaction.script"_s, 0);
     row("the system around", u"system.script"_s, 0);
     row("settings", u"settings.script"_s, 0);
+    row("what a scan meets on its way", u"midscan.script"_s, 0);
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,
@@ -216,6 +217,8 @@ void TestScripts::readerRefuses_data()
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
+    row("permission at no application", "permission off at", 1,
+        u"permission: takes on|off, or on|off at APP"_s);
 }
 
 void TestScripts::readerRefuses()

@@ -109,7 +109,7 @@ struct SimScenario {
 //     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
-//               "extrasMenuBar": true, "items": [element, ...]}] }
+//               "answersBeforeHanging": 40, "extrasMenuBar": true, "items": [element, ...]}] }
 // An element: "role", "title", "description" (absent, or any JSON value: only a string
 // reads as text), "frame" or "position" / "size" (null: the attribute cannot be read),
 // "width" in the bar, "actions", "positionSettable", "settableError", "children".
