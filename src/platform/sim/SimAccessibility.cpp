@@ -109,8 +109,7 @@ AXAttribute elementList(const QList<AXElementRef>& elements)
 }
 
 // Where an item stands and how large it is. An item that gives neither takes them from the
-// menu bar's layout, an element below it from its parent. A hidden application's items
-// have left the menu bar: they have no place at all.
+// menu bar's layout, an element below it from its parent.
 struct Place {
     std::optional<QPointF> position;
     std::optional<QSizeF> size;
@@ -119,8 +118,6 @@ struct Place {
 Place placeOf(const SimApplicationState& application, const SimAXElement::Path& path)
 {
     Place place;
-    if (!application.visible)
-        return place;
     if (const std::optional<Rect> frame = application.barFrames.value(path.first())) {
         place.position = QPointF(frame->x, frame->y);
         place.size = QSizeF(frame->width, frame->height);
@@ -181,10 +178,28 @@ AXAttribute barAttribute(const Request& request, const QString& name)
     return failed(AXResult::attributeUnsupported);
 }
 
+// A hidden application's items have left the menu bar: they have no place at all.
+AXAttribute positionAttribute(const Request& request)
+{
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::PointValue;
+    if (request.application->visible)
+        attribute.point = placeOf(*request.application, request.element->path).position;
+    return attribute.point ? attribute : failed(AXResult::noValue);
+}
+
+AXAttribute sizeAttribute(const Request& request)
+{
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::SizeValue;
+    if (request.application->visible)
+        attribute.size = placeOf(*request.application, request.element->path).size;
+    return attribute.size ? attribute : failed(AXResult::noValue);
+}
+
 AXAttribute itemAttribute(const Request& request, const QString& name)
 {
     const SimElement& item = *request.item;
-    AXAttribute attribute;
     if (name == "AXRole"_L1)
         return text(item.role);
     if (name == "AXTitle"_L1)
@@ -193,16 +208,10 @@ AXAttribute itemAttribute(const Request& request, const QString& name)
         return text(item.description);
     if (name == "AXChildren"_L1)
         return elementList(childrenOf(*request.element, item.children.size()));
-    if (name == "AXPosition"_L1) {
-        attribute.point = placeOf(*request.application, request.element->path).position;
-        attribute.kind = AXAttribute::Kind::PointValue;
-        return attribute.point ? attribute : failed(AXResult::noValue);
-    }
-    if (name == "AXSize"_L1) {
-        attribute.size = placeOf(*request.application, request.element->path).size;
-        attribute.kind = AXAttribute::Kind::SizeValue;
-        return attribute.size ? attribute : failed(AXResult::noValue);
-    }
+    if (name == "AXPosition"_L1)
+        return positionAttribute(request);
+    if (name == "AXSize"_L1)
+        return sizeAttribute(request);
     return failed(AXResult::attributeUnsupported);
 }
 
