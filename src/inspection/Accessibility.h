@@ -24,10 +24,11 @@ namespace AXResult {
 constexpr qint32 success = 0;
 constexpr qint32 failure = -25200;
 constexpr qint32 illegalArgument = -25201;
+constexpr qint32 invalidUIElement = -25202; // the element's application has quit
 constexpr qint32 cannotComplete = -25204; // includes "did not answer within the messaging timeout"
 constexpr qint32 attributeUnsupported = -25205;
+constexpr qint32 apiDisabled = -25211; // this process is not trusted, checked on every request
 constexpr qint32 noValue = -25212;
-constexpr qint32 apiDisabled = -25211;
 } // namespace AXResult
 
 // One attribute read, as the interface gave it.

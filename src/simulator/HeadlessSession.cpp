@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "platform/sim/SimAccessibility.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/VirtualTime.h"
 #include "simulator/SessionExpectations.h"
@@ -43,6 +44,12 @@ private:
 namespace {
 
 constexpr int realTimeLimitPerScan = 120; // seconds of the machine's time
+
+// Permission steps that name an application run while the scan under way is under way.
+bool runsDuringScan(const ScriptStep& step)
+{
+    return step.command == u"permission" && step.arguments.size() == 3;
+}
 
 } // namespace
 
@@ -164,7 +171,8 @@ StepOutcome HeadlessSession::perform(const ScriptStep& step)
             return {1, where + *failure};
         return {};
     }
-    settle();
+    if (!runsDuringScan(step))
+        settle();
     m_printer.print(u"▸ "_s + step.text());
     StepOutcome outcome = act(step);
     drain();
@@ -177,9 +185,30 @@ StepOutcome HeadlessSession::perform(const ScriptStep& step)
 // Waiting is the session's own; every other step is carried out on the desktop.
 StepOutcome HeadlessSession::act(const ScriptStep& step)
 {
+    if (runsDuringScan(step))
+        return setPermissionDuringScan(step.arguments.at(0) == u"on", step.arguments.at(2));
     if (step.command != u"wait")
         return m_steps.act(step);
     waitFor(step.arguments.value(0).toDouble());
+    return {};
+}
+
+// The scan under way runs on until it comes to the application and waits there while the
+// permission changes, then for the next step as any scan does; without a scan under way,
+// or when it ends first, the permission changes then.
+StepOutcome HeadlessSession::setPermissionDuringScan(bool granted, const QString& application)
+{
+    const std::optional<qint32> pid = runningPid(m_context.platform, application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    SimAccessibility& accessibility = m_context.platform.simulatedAccessibility();
+    accessibility.holdAnswersWhen([pid](qint32 to) { return to == *pid; });
+    const QDeadlineTimer limit{std::chrono::seconds{realTimeLimitPerScan}};
+    while (m_context.app.inspector().isScanning() && !limit.hasExpired() &&
+           !accessibility.waitForHeldWalk(std::chrono::milliseconds(10)))
+        QCoreApplication::processEvents();
+    m_context.platform.desktop().setTrusted(granted);
+    m_gate->close();
     return {};
 }
 

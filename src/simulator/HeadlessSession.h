@@ -59,6 +59,7 @@ private:
     void refuseStepsAfterQuit();
     StepOutcome perform(const ScriptStep& step);
     StepOutcome act(const ScriptStep& step);
+    StepOutcome setPermissionDuringScan(bool granted, const QString& application);
     void settle();
     void drain();
     void waitFor(double seconds);

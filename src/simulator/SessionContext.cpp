@@ -37,4 +37,14 @@ QString listed(const QStringList& applications)
     return applications.isEmpty() ? u"nothing"_s : applications.join(u' ');
 }
 
+std::optional<qint32> runningPid(SimPlatform& platform, const QString& application)
+{
+    const SimDesktop& desktop = platform.desktop();
+    for (const SimApplication& app : desktop.applications()) {
+        if (applicationId(app) == application && app.pid != desktop.ownPid())
+            return app.pid;
+    }
+    return std::nullopt;
+}
+
 } // namespace tk

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 class QTextStream;
 
@@ -38,5 +39,7 @@ struct SessionContext {
 QString applicationId(const SimApplication& app);
 // Applications as a line names them: separated by blanks, "nothing" for none.
 QString listed(const QStringList& applications);
+// The running application a script names, other than Tuckaway.
+std::optional<qint32> runningPid(SimPlatform& platform, const QString& application);
 
 } // namespace tk

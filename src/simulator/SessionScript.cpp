@@ -124,6 +124,17 @@ QString checkApplication(const QString& app)
     return {};
 }
 
+// "on" or "off", alone or followed by "at" and the application the scan under way comes to.
+QString checkPermission(const QStringList& a)
+{
+    if ((a.size() != 1 && a.size() != 3) || (a.size() == 3 && a[1] != u"at"))
+        return u"takes on|off, or on|off at APP"_s;
+    if (const QString error = oneOf(a[0], {u"on"_s, u"off"_s}, u"the permission"_s);
+        !error.isEmpty())
+        return error;
+    return a.size() == 3 ? checkApplication(a[2]) : QString();
+}
+
 QString checkSection(const QString& section)
 {
     bool ok = false;
@@ -181,7 +192,9 @@ const QHash<QString, Check>& commands()
         {u"shortcut"_s, none()},
         {u"launch"_s, exactly(2, [](const QStringList& a) { return checkApplication(a[0]); })},
         {u"quit"_s, exactly(1, [](const QStringList& a) { return checkApplication(a[0]); })},
-        {u"permission"_s, word({u"on"_s, u"off"_s}, u"the permission"_s)},
+        {u"permission"_s, checkPermission},
+        {u"hang"_s, exactly(1, [](const QStringList& a) { return checkApplication(a[0]); })},
+        {u"recover"_s, exactly(1, [](const QStringList& a) { return checkApplication(a[0]); })},
         {u"framework"_s, word({u"present"_s, u"absent"_s, u"error"_s, u"exception"_s, u"silent"_s},
                               u"the framework"_s)},
         {u"screens"_s, word({u"sleep"_s, u"change"_s}, u"screens"_s)},

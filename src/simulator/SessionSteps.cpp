@@ -77,6 +77,8 @@ StepOutcome SessionSteps::actOnDesktop(const ScriptStep& step)
         return launch(first, step.arguments.value(1));
     if (command == u"quit")
         return quitApplication(first);
+    if (command == u"hang" || command == u"recover")
+        return setHung(first, command == u"hang");
     if (command == u"permission")
         desktop.setTrusted(first == u"on");
     else if (command == u"framework")
@@ -181,14 +183,20 @@ StepOutcome SessionSteps::launch(const QString& application, const QString& name
 
 StepOutcome SessionSteps::quitApplication(const QString& application)
 {
-    SimDesktop& desktop = m_context.platform.desktop();
-    for (const SimApplication& app : desktop.applications()) {
-        if (applicationId(app) == application && app.pid != desktop.ownPid()) {
-            desktop.quitApplication(app.pid);
-            return {};
-        }
-    }
-    return {2, u"no application %1 is running"_s.arg(application)};
+    const std::optional<qint32> pid = runningPid(m_context.platform, application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    m_context.platform.desktop().quitApplication(*pid);
+    return {};
+}
+
+StepOutcome SessionSteps::setHung(const QString& application, bool hung)
+{
+    const std::optional<qint32> pid = runningPid(m_context.platform, application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    m_context.platform.desktop().setHung(*pid, hung);
+    return {};
 }
 
 void SessionSteps::secondLaunch()

@@ -1,5 +1,7 @@
 #include "core/Time.h"
 #include "inspection/Inspector.h"
+#include "platform/sim/SimAccessibility.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
 
@@ -15,6 +17,8 @@ class TestDesktopScan : public QObject {
 private Q_SLOTS:
     void scansTheBuiltInDesktop();
     void applicationsThatHangMidScanCannotHoldItPastItsDeadline();
+    void aHungApplicationStaysHungUntilItRecovers();
+    void permissionWithdrawnMidWalkFailsTheRestOfIt();
 };
 
 void TestDesktopScan::scansTheBuiltInDesktop()
@@ -98,6 +102,86 @@ void TestDesktopScan::applicationsThatHangMidScanCannotHoldItPastItsDeadline()
     QVERIFY2(overrun >= 0 && overrun <= AXScanner::messagingTimeout + 1e-9,
              qPrintable(QString::number(overrun)));
     QVERIFY(result.items.isEmpty());
+}
+
+// The walk is stopped before it asks the second application's item for its actions, and
+// the permission goes: that item and everything after it meet -25211; what was read stays.
+void TestDesktopScan::permissionWithdrawnMidWalkFailsTheRestOfIt()
+{
+    SimScenario scenario = SimScenarioLoader::builtIn();
+    scenario.applications.clear();
+    for (const qint32 pid : {8001, 8002, 8003}) {
+        SimApplication app;
+        app.pid = pid;
+        app.name = u"App %1"_s.arg(pid);
+        app.items = {SimElement{}};
+        app.items[0].role = SimText::of(u"AXMenuBarItem"_s);
+        app.items[0].title = SimText::of(u"item"_s);
+        app.items[0].actions = QStringList{u"AXPress"_s};
+        scenario.applications.append(app);
+    }
+    const std::unique_ptr<SimPlatform> platform = SimPlatform::forTests(std::move(scenario));
+    SimAccessibility& accessibility = platform->simulatedAccessibility();
+    // Its application element, its bar (element, role, children), its item's role and title.
+    accessibility.holdAnswersWhen(
+        [requests = 0](qint32 pid) mutable { return pid == 8002 && ++requests == 7; });
+    Inspector inspector(accessibility, platform->workspace(), platform->time());
+    bool done = false;
+    inspector.scan([&] { done = true; });
+    QVERIFY(accessibility.waitForHeldWalk(std::chrono::seconds(30)));
+    platform->desktop().setTrusted(false);
+    accessibility.holdAnswers(false);
+    QTRY_VERIFY(done);
+
+    QCOMPARE(inspector.items().size(), 2);
+    const ExternalItem& cut = inspector.items().at(1);
+    QCOMPARE(cut.title, u"item"_s);
+    QVERIFY(cut.actions.isEmpty() && !cut.positionWritable && !cut.frame);
+    const QStringList lines = inspector.report().split(u'\n');
+    QCOMPARE(lines.at(2), u"Accessibility autorizado: sí"_s);
+    QCOMPARE(lines.at(3), u"App 8001 / item: acciones=[\"AXPress\"]; posición modificable=false; "
+                          u"consulta=0; frame={{1480, 0}, {24, 24}}"_s);
+    QCOMPARE(lines.at(4), u"App 8002 / item: acciones=[]; posición modificable=false; "
+                          u"consulta=-25211; frame=nil"_s);
+    QVERIFY(lines.at(5).startsWith(u"Detectados: 2."_s));
+}
+
+// The first application answers one whole scan (ten requests for its one item) and hangs;
+// every later scan pays one messaging timeout for it and finds nothing, until it recovers.
+void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
+{
+    SimScenario scenario = SimScenarioLoader::builtIn();
+    scenario.applications.clear();
+    SimElement item;
+    item.role = SimText::of(u"AXMenuBarItem"_s);
+    item.title = SimText::of(u"item"_s);
+    QList<ScanApp> apps;
+    for (const qint32 pid : {7001, 7002}) {
+        SimApplication app;
+        app.pid = pid;
+        app.answersBeforeHanging = pid == 7001 ? std::optional<qint64>(10) : std::nullopt;
+        app.items = {item};
+        scenario.applications.append(app);
+        apps.append({pid, std::nullopt, std::nullopt});
+    }
+    const std::unique_ptr<SimPlatform> platform = SimPlatform::forTests(std::move(scenario));
+    SimDesktop& desktop = platform->desktop();
+    const auto scanned = [&] {
+        QStringList ids;
+        for (const ExternalItem& found :
+             AXScanner::scan(apps, {platform->accessibility(), platform->time(), QString()}).items)
+            ids << found.id;
+        return ids;
+    };
+    QCOMPARE(scanned(), (QStringList{u"7001:extras.0:item"_s, u"7002:extras.0:item"_s}));
+    for (int i = 1; i <= 2; ++i) {
+        QCOMPARE(scanned(), QStringList{u"7002:extras.0:item"_s});
+        QCOMPARE(platform->time().now(), i * AXScanner::messagingTimeout);
+    }
+    QVERIFY(desktop.setHung(7002, true));
+    QVERIFY(desktop.setHung(7001, false));
+    QVERIFY(!desktop.setHung(desktop.ownPid(), true));
+    QCOMPARE(scanned(), QStringList{u"7001:extras.0:item"_s});
 }
 
 QTEST_GUILESS_MAIN(TestDesktopScan)

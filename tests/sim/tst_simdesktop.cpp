@@ -109,6 +109,24 @@ AXElementRef extrasItem(Accessibility& ax, qint32 pid, int index)
     return child(ax, bar, index);
 }
 
+// One change of the desktop between two reads, by name.
+void change(SimDesktop& desktop, const QString& name)
+{
+    if (name == u"untrusted")
+        desktop.setTrusted(false);
+    else if (name == u"quit")
+        desktop.quitApplication(11);
+    else if (name == u"no items")
+        desktop.changeItems(11, {});
+    else if (name == u"added")
+        desktop.changeItems(11, desktop.application(11)->items + QList<SimElement>{{}});
+    else if (name == u"dragged")
+        desktop.moveStatusItem(850);
+    else
+        desktop.setAllowList(name == u"shown" ? std::nullopt
+                                              : std::optional<QSet<QString>>(QSet<QString>{}));
+}
+
 } // namespace
 
 class TestSimDesktop : public QObject {
@@ -123,6 +141,8 @@ private Q_SLOTS:
     void requestsCostTheDelayOrTheTimeout_data();
     void requestsCostTheDelayOrTheTimeout();
     void itemsAnswerFromTheirTree();
+    void requestsAnswerAsTheDesktopIsWhenTheyAreMade_data();
+    void requestsAnswerAsTheDesktopIsWhenTheyAreMade();
     void readsOnAnotherThreadWhileTheBarChanges();
 };
 
@@ -296,13 +316,9 @@ void TestSimDesktop::itemsAnswerFromTheirTree()
     const AXElementRef button = child(ax, extrasItem(ax, 22, 1), 0); // its parent's frame given
     QCOMPARE(ax.attribute(button, u"AXPosition"_s).error, AXResult::noValue);
     QCOMPARE(ax.attribute(button, u"AXSize"_s).error, AXResult::noValue);
-    desktop.setAllowList(std::nullopt);
-    QCOMPARE(ax.attribute(item, u"AXPosition"_s).error, AXResult::noValue); // captured before
-    QCOMPARE(ax.attribute(extrasItem(ax, 22, 0), u"AXPosition"_s).error, AXResult::success);
 
-    // An element outlives its process and keeps answering from what it captured.
+    // An element made for a pid that no process has cannot be answered.
     desktop.quitApplication(22);
-    QCOMPARE(ax.attribute(item, u"AXRole"_s).string, u"AXMenuBarItem"_s);
     QCOMPARE(ax.attribute(ax.applicationElement(22), u"AXRole"_s).error, AXResult::cannotComplete);
 
     // The system prompts only an application it does not trust yet.
@@ -311,6 +327,55 @@ void TestSimDesktop::itemsAnswerFromTheirTree()
     QVERIFY(!ax.isProcessTrusted());
     QVERIFY(!ax.promptForTrust());
     QCOMPARE(desktop.trustPromptCount(), 1);
+}
+
+void TestSimDesktop::requestsAnswerAsTheDesktopIsWhenTheyAreMade_data()
+{
+    // What happens between two reads through the same elements: the first item of
+    // com.example.left, at x 892 with Tuckaway right of it (hidden when the elements are
+    // made, for the last row), and its extras menu bar.
+    QTest::addColumn<QString>("changeName");
+    QTest::addColumn<qint32>("error"); // of every request to the item
+    QTest::addColumn<double>("x");
+    QTest::addColumn<int>("barItems"); // -1: the bar cannot be read
+    QTest::newRow("permission withdrawn") << u"untrusted"_s << AXResult::apiDisabled << 0.0 << -1;
+    QTest::newRow("application quit") << u"quit"_s << AXResult::invalidUIElement << 0.0 << -1;
+    QTest::newRow("its item taken away") << u"no items"_s << AXResult::invalidUIElement << 0.0 << 0;
+    QTest::newRow("an item added") << u"added"_s << AXResult::success << 892.0 << 2;
+    QTest::newRow("Tuckaway dragged left of it") << u"dragged"_s << AXResult::success << 922.0 << 1;
+    QTest::newRow("hidden") << u"hidden"_s << AXResult::noValue << 0.0 << 1;
+    QTest::newRow("shown again") << u"shown"_s << AXResult::success << 892.0 << 1;
+}
+
+void TestSimDesktop::requestsAnswerAsTheDesktopIsWhenTheyAreMade()
+{
+    QFETCH(QString, changeName);
+    QFETCH(qint32, error);
+    QFETCH(double, x);
+    QFETCH(int, barItems);
+    auto platform = SimPlatform::forTests(scenario(barScenario));
+    Accessibility& ax = platform->accessibility();
+    SimDesktop& desktop = platform->desktop();
+    if (changeName == u"shown")
+        desktop.setAllowList(QSet<QString>{});
+    const AXElementRef bar = ax.attribute(ax.applicationElement(11), u"AXExtrasMenuBar"_s).element;
+    const AXElementRef item = child(ax, bar, 0);
+    QCOMPARE(ax.attribute(item, u"AXPosition"_s).point,
+             changeName == u"shown" ? std::nullopt : std::optional(QPointF(892, 0)));
+
+    change(desktop, changeName);
+
+    const AXAttribute position = ax.attribute(item, u"AXPosition"_s);
+    QCOMPARE(position.error, error);
+    if (error == AXResult::success)
+        QCOMPARE(position.point, std::optional(QPointF(x, 0)));
+    const bool reachable = error == AXResult::success || error == AXResult::noValue;
+    QCOMPARE(ax.actionNames(item).has_value(), reachable);
+    const AXSettable settable = ax.isAttributeSettable(item, u"AXPosition"_s);
+    QCOMPARE(settable.error, reachable ? AXResult::success : error);
+    const AXAttribute children = ax.attribute(bar, u"AXChildren"_s);
+    QCOMPARE(children.error == AXResult::success ? int(children.elements.size()) : -1, barItems);
+    QCOMPARE(platform->time().now(), 0.0);
 }
 
 // Run under ThreadSanitizer by scripts/tsan.sh.

@@ -96,6 +96,7 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("settings", u"settings.script"_s, 0);
     row("the bar remembers where each icon stood", u"remembered.script"_s, 0, {},
         u"remembered.json"_s);
+    row("what a scan meets on its way", u"midscan.script"_s, 0);
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,
@@ -225,6 +226,8 @@ void TestScripts::readerRefuses_data()
     row("drag beyond the coordinates", "drag -99999999", 1,
         u"drag: X must be a number between -1e+06 and 1e+06"_s);
     row("drag by a word", "drag left", 1, u"drag: X must be a number between -1e+06 and 1e+06"_s);
+    row("permission at no application", "permission off at", 1,
+        u"permission: takes on|off, or on|off at APP"_s);
 }
 
 void TestScripts::readerRefuses()

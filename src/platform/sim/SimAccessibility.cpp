@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <QVarLengthArray>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -15,44 +16,65 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// An element of a simulated application. It keeps the application's state as it was when
-// the application element was made, so its answers never change under a reader.
+// An element of a simulated application: the process it belongs to and where it stands in
+// that application's tree. It holds no answer: every request reads the desktop as it is
+// at that moment, so an item that moved or came back between two reads is seen where it
+// is, and an element of an application that has quit is no longer valid.
 class SimAXElement final : public AXElement {
 public:
     enum class Kind { Application, ExtrasMenuBar, Item };
+    // Indices from the extras menu bar down to an item; room for the levels a scan visits.
+    using Path = QVarLengthArray<qsizetype, 4>;
 
-    SimAXElement(qint32 processId, std::shared_ptr<const SimApplicationState> applicationState,
-                 std::shared_ptr<std::atomic<qint64>> requestCount)
-        : pid(processId), state(std::move(applicationState)), requests(std::move(requestCount))
+    SimAXElement(qint32 processId, std::shared_ptr<SimProcess> runningProcess, Kind elementKind,
+                 Path elementPath = {})
+        : pid(processId), process(std::move(runningProcess)), kind(elementKind),
+          path(std::move(elementPath))
     {
     }
 
     // As on the Mac, an element read from another does not take over its messaging timeout.
-    std::shared_ptr<SimAXElement> derived(Kind derivedKind, const SimElement* derivedItem) const
+    AXElementRef derived(Kind derivedKind, Path derivedPath = {}) const
     {
-        auto element = std::make_shared<SimAXElement>(pid, state, requests);
-        element->kind = derivedKind;
-        element->item = derivedItem;
-        return element;
+        return std::make_shared<SimAXElement>(pid, process, derivedKind, std::move(derivedPath));
     }
 
     const qint32 pid;
-    const std::shared_ptr<const SimApplicationState> state; // null: no such process
-    Kind kind = Kind::Application;
-    const SimElement* item = nullptr; // inside `state`, for items
-    // Where the position and size come from when the item does not give its own: the
-    // menu bar's layout for an item of the bar, the parent's frame below it.
-    std::optional<QPointF> inheritedPosition;
-    std::optional<QSizeF> inheritedSize;
+    const std::shared_ptr<SimProcess> process; // null: no process had the pid when it was made
+    const Kind kind;
+    const Path path; // for items
     mutable std::atomic<double> timeout{SimAccessibility::defaultMessagingTimeout};
-    // Requests sent to this element's application through it and its relatives.
-    const std::shared_ptr<std::atomic<qint64>> requests;
 };
 
 const SimAXElement* simulated(const AXElementRef& element)
 {
     return dynamic_cast<const SimAXElement*>(element.get());
 }
+
+// The item at `path` in the application's tree as it is now; null when there is none.
+const SimElement* itemAt(const SimApplication& application, const SimAXElement::Path& path)
+{
+    const QList<SimElement>* level = &application.items;
+    const SimElement* item = nullptr;
+    for (const qsizetype index : path) {
+        if (index < 0 || index >= level->size())
+            return nullptr;
+        item = &level->at(index);
+        level = &item->children;
+    }
+    return item;
+}
+
+// One request as the desktop stands when it is made. `error` says why it has no answer;
+// otherwise `application` (and `item`, for an item) are what it answers from, kept alive
+// by `world` for as long as the request lasts.
+struct Request {
+    qint32 error = AXResult::success;
+    std::shared_ptr<const SimWorldState> world;
+    const SimAXElement* element = nullptr;
+    const SimApplicationState* application = nullptr;
+    const SimElement* item = nullptr;
+};
 
 AXAttribute failed(qint32 error)
 {
@@ -86,67 +108,50 @@ AXAttribute elementList(const QList<AXElementRef>& elements)
     return attribute;
 }
 
-// A hidden application's items have left the menu bar: they have no place at all.
-std::optional<QPointF> positionOf(const SimAXElement& element)
+// Where an item stands and how large it is. An item that gives neither takes them from the
+// menu bar's layout, an element below it from its parent.
+struct Place {
+    std::optional<QPointF> position;
+    std::optional<QSizeF> size;
+};
+
+Place placeOf(const SimApplicationState& application, const SimAXElement::Path& path)
 {
-    if (!element.state->visible)
-        return std::nullopt;
-    switch (element.item->positionSource) {
-    case SimElement::Source::Given:
-        return element.item->position;
-    case SimElement::Source::Missing:
-        return std::nullopt;
-    case SimElement::Source::Layout:
-        break;
+    Place place;
+    if (const std::optional<Rect> frame = application.barFrames.value(path.first())) {
+        place.position = QPointF(frame->x, frame->y);
+        place.size = QSizeF(frame->width, frame->height);
     }
-    return element.inheritedPosition;
+    const QList<SimElement>* level = &application.application->items;
+    for (const qsizetype index : path) {
+        const SimElement& item = level->at(index);
+        if (item.positionSource != SimElement::Source::Layout)
+            place.position = item.positionSource == SimElement::Source::Given
+                                 ? std::optional(item.position)
+                                 : std::nullopt;
+        if (item.sizeSource != SimElement::Source::Layout)
+            place.size = item.sizeSource == SimElement::Source::Given ? std::optional(item.size)
+                                                                      : std::nullopt;
+        level = &item.children;
+    }
+    return place;
 }
 
-std::optional<QSizeF> sizeOf(const SimAXElement& element)
-{
-    if (!element.state->visible)
-        return std::nullopt;
-    switch (element.item->sizeSource) {
-    case SimElement::Source::Given:
-        return element.item->size;
-    case SimElement::Source::Missing:
-        return std::nullopt;
-    case SimElement::Source::Layout:
-        break;
-    }
-    return element.inheritedSize;
-}
-
-AXAttribute itemChildren(const SimAXElement& parent)
+QList<AXElementRef> childrenOf(const SimAXElement& parent, qsizetype count)
 {
     QList<AXElementRef> children;
-    for (const SimElement& child : parent.item->children) {
-        auto element = parent.derived(SimAXElement::Kind::Item, &child);
-        element->inheritedPosition = positionOf(parent);
-        element->inheritedSize = sizeOf(parent);
-        children.append(std::move(element));
+    children.reserve(count);
+    for (qsizetype i = 0; i < count; ++i) {
+        SimAXElement::Path path = parent.path;
+        path.append(i);
+        children.append(parent.derived(SimAXElement::Kind::Item, std::move(path)));
     }
-    return elementList(children);
+    return children;
 }
 
-AXAttribute barChildren(const SimAXElement& bar)
+AXAttribute applicationAttribute(const Request& request, const QString& name)
 {
-    QList<AXElementRef> children;
-    const SimApplicationState& state = *bar.state;
-    for (qsizetype i = 0; i < state.application->items.size(); ++i) {
-        auto element = bar.derived(SimAXElement::Kind::Item, &state.application->items.at(i));
-        if (const auto frame = state.barFrames.value(i)) {
-            element->inheritedPosition = QPointF(frame->x, frame->y);
-            element->inheritedSize = QSizeF(frame->width, frame->height);
-        }
-        children.append(std::move(element));
-    }
-    return elementList(children);
-}
-
-AXAttribute applicationAttribute(const SimAXElement& element, const QString& name)
-{
-    const SimApplication& app = *element.state->application;
+    const SimApplication& app = *request.application->application;
     AXAttribute attribute;
     if (name == "AXRole"_L1)
         return text(SimText::of(u"AXApplication"_s));
@@ -159,40 +164,109 @@ AXAttribute applicationAttribute(const SimAXElement& element, const QString& nam
     if (!app.hasExtrasMenuBar)
         return failed(AXResult::noValue);
     attribute.kind = AXAttribute::Kind::Element;
-    attribute.element = element.derived(SimAXElement::Kind::ExtrasMenuBar, nullptr);
+    attribute.element = request.element->derived(SimAXElement::Kind::ExtrasMenuBar);
     return attribute;
 }
 
-AXAttribute itemAttribute(const SimAXElement& element, const QString& name)
+AXAttribute barAttribute(const Request& request, const QString& name)
 {
-    AXAttribute attribute;
     if (name == "AXRole"_L1)
-        return text(element.item->role);
-    if (name == "AXTitle"_L1)
-        return text(element.item->title);
-    if (name == "AXDescription"_L1)
-        return text(element.item->description);
+        return text(SimText::of(u"AXMenuBar"_s));
     if (name == "AXChildren"_L1)
-        return itemChildren(element);
-    if (name == "AXPosition"_L1) {
-        attribute.point = positionOf(element);
-        attribute.kind = AXAttribute::Kind::PointValue;
-        return attribute.point ? attribute : failed(AXResult::noValue);
-    }
-    if (name == "AXSize"_L1) {
-        attribute.size = sizeOf(element);
-        attribute.kind = AXAttribute::Kind::SizeValue;
-        return attribute.size ? attribute : failed(AXResult::noValue);
-    }
+        return elementList(
+            childrenOf(*request.element, request.application->application->items.size()));
     return failed(AXResult::attributeUnsupported);
 }
 
-// Why a request to this element cannot even be sent; success when it can.
-qint32 unreachable(const SimAXElement* element)
+// A hidden application's items have left the menu bar: they have no place at all.
+AXAttribute positionAttribute(const Request& request)
 {
-    if (!element || element->pid <= 0)
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::PointValue;
+    if (request.application->visible)
+        attribute.point = placeOf(*request.application, request.element->path).position;
+    return attribute.point ? attribute : failed(AXResult::noValue);
+}
+
+AXAttribute sizeAttribute(const Request& request)
+{
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::SizeValue;
+    if (request.application->visible)
+        attribute.size = placeOf(*request.application, request.element->path).size;
+    return attribute.size ? attribute : failed(AXResult::noValue);
+}
+
+AXAttribute itemAttribute(const Request& request, const QString& name)
+{
+    const SimElement& item = *request.item;
+    if (name == "AXRole"_L1)
+        return text(item.role);
+    if (name == "AXTitle"_L1)
+        return text(item.title);
+    if (name == "AXDescription"_L1)
+        return text(item.description);
+    if (name == "AXChildren"_L1)
+        return elementList(childrenOf(*request.element, item.children.size()));
+    if (name == "AXPosition"_L1)
+        return positionAttribute(request);
+    if (name == "AXSize"_L1)
+        return sizeAttribute(request);
+    return failed(AXResult::attributeUnsupported);
+}
+
+// An application that takes longer than the element's timeout, or has stopped answering,
+// costs the timeout and gives no answer.
+bool answersInTime(TimeSource& time, const SimAXElement& element, const SimApplication& application)
+{
+    const double timeout = element.timeout;
+    const bool answers = element.process->answers() && application.responseDelay <= timeout;
+    const double cost = answers ? application.responseDelay : timeout;
+    if (cost <= 0.0)
+        return answers;
+    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
+        virtualTime->elapse(cost);
+    else
+        std::this_thread::sleep_for(std::chrono::duration<double>(cost));
+    return answers;
+}
+
+// Whether the request reaches the element's application, in the order the Mac checks: one
+// that cannot be sent, one this process may not make, one to a process that never ran or
+// has gone. Success when it reaches it.
+qint32 reach(const SimDesktop& desktop, Request& request)
+{
+    if (!request.element || request.element->pid <= 0)
         return AXResult::illegalArgument;
-    return element->state ? AXResult::success : AXResult::cannotComplete;
+    if (!desktop.isTrusted())
+        return AXResult::apiDisabled;
+    if (!request.element->process)
+        return AXResult::cannotComplete;
+    request.world = desktop.state();
+    const auto running = request.world->applications.constFind(request.element->pid);
+    if (running == request.world->applications.cend() ||
+        (*running)->process != request.element->process)
+        return AXResult::invalidUIElement;
+    request.application = running->get();
+    return AXResult::success;
+}
+
+// Once it has reached the application, the request costs its time, and may be about an item
+// the application no longer has.
+Request send(const SimDesktop& desktop, TimeSource& time, const AXElementRef& element)
+{
+    Request request;
+    request.element = simulated(element);
+    request.error = reach(desktop, request);
+    if (request.error != AXResult::success)
+        return request;
+    const SimApplication& application = *request.application->application;
+    if (!answersInTime(time, *request.element, application))
+        request.error = AXResult::cannotComplete;
+    else if (request.element->kind == SimAXElement::Kind::Item &&
+             !(request.item = itemAt(application, request.element->path)))
+        request.error = AXResult::invalidUIElement;
+    return request;
 }
 
 } // namespace
@@ -206,27 +280,55 @@ SimAccessibility::~SimAccessibility() = default;
 
 void SimAccessibility::holdAnswers(bool held)
 {
-    {
-        const std::lock_guard lock(m_holdMutex);
-        m_held = held;
-    }
-    m_released.notify_all();
+    holdAnswersWhen(held ? HoldCondition([](qint32) { return true; }) : HoldCondition());
 }
 
-void SimAccessibility::waitWhileHeld()
+void SimAccessibility::holdAnswersWhen(HoldCondition condition)
 {
-    if (QThread::currentThread() == QCoreApplication::instance()->thread())
+    {
+        const std::lock_guard lock(m_holdMutex);
+        m_holding = bool(condition);
+        m_holdCondition = std::move(condition);
+        ++m_holdGeneration;
+    }
+    m_holdChanged.notify_all();
+}
+
+bool SimAccessibility::waitForHeldWalk(std::chrono::milliseconds timeout)
+{
+    std::unique_lock lock(m_holdMutex);
+    return m_holdChanged.wait_for(
+        lock, timeout, [this] { return m_heldWalks > 0 && m_heldGeneration == m_holdGeneration; });
+}
+
+void SimAccessibility::waitWhileHeld(qint32 pid)
+{
+    if (!m_holding.load() || QThread::currentThread() == QCoreApplication::instance()->thread())
         return;
     std::unique_lock lock(m_holdMutex);
-    m_released.wait(lock, [this] { return !m_held; });
+    while (m_holdCondition && m_holdCondition(pid)) {
+        const quint64 generation = m_holdGeneration;
+        m_heldGeneration = generation;
+        ++m_heldWalks;
+        m_holdChanged.notify_all();
+        m_holdChanged.wait(lock, [&] { return m_holdGeneration != generation; });
+        --m_heldWalks;
+    }
+}
+
+void SimAccessibility::waitWhileHeld(const AXElementRef& element)
+{
+    const SimAXElement* simElement = simulated(element);
+    waitWhileHeld(simElement ? simElement->pid : 0);
 }
 
 AXElementRef SimAccessibility::applicationElement(qint32 pid)
 {
-    waitWhileHeld();
+    waitWhileHeld(pid);
     const auto world = m_desktop.state();
-    return std::make_shared<SimAXElement>(pid, world->applications.value(pid),
-                                          std::make_shared<std::atomic<qint64>>(0));
+    const auto application = world->applications.value(pid);
+    return std::make_shared<SimAXElement>(pid, application ? application->process : nullptr,
+                                          SimAXElement::Kind::Application);
 }
 
 // As on the Mac, zero (or less) restores the default.
@@ -238,49 +340,41 @@ void SimAccessibility::setMessagingTimeout(const AXElementRef& element, double s
 
 AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QString& name)
 {
-    const SimAXElement* simElement = simulated(element);
-    if (const qint32 error = unreachable(simElement))
-        return failed(error);
-    if (!answersInTime(*simElement))
-        return failed(AXResult::cannotComplete);
-    switch (simElement->kind) {
+    waitWhileHeld(element);
+    const Request request = send(m_desktop, m_time, element);
+    if (request.error != AXResult::success)
+        return failed(request.error);
+    switch (request.element->kind) {
     case SimAXElement::Kind::Application:
-        return applicationAttribute(*simElement, name);
+        return applicationAttribute(request, name);
     case SimAXElement::Kind::ExtrasMenuBar:
-        if (name == "AXRole"_L1)
-            return text(SimText::of(u"AXMenuBar"_s));
-        if (name == "AXChildren"_L1)
-            return barChildren(*simElement);
-        return failed(AXResult::attributeUnsupported);
+        return barAttribute(request, name);
     case SimAXElement::Kind::Item:
-        return itemAttribute(*simElement, name);
+        return itemAttribute(request, name);
     }
     return failed(AXResult::failure);
 }
 
 std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& element)
 {
-    const SimAXElement* simElement = simulated(element);
-    if (unreachable(simElement) != AXResult::success ||
-        !answersInTime(*simElement))
+    waitWhileHeld(element);
+    const Request request = send(m_desktop, m_time, element);
+    if (request.error != AXResult::success)
         return std::nullopt;
-    if (simElement->kind != SimAXElement::Kind::Item)
-        return QStringList();
-    return simElement->item->actions;
+    return request.item ? request.item->actions : QStringList();
 }
 
 AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, const QString& name)
 {
-    const SimAXElement* simElement = simulated(element);
-    if (const qint32 error = unreachable(simElement))
-        return {error, false};
-    if (!answersInTime(*simElement))
-        return {AXResult::cannotComplete, false};
-    if (simElement->kind != SimAXElement::Kind::Item)
+    waitWhileHeld(element);
+    const Request request = send(m_desktop, m_time, element);
+    if (request.error != AXResult::success)
+        return {request.error, false};
+    if (!request.item)
         return {AXResult::success, false};
-    if (simElement->item->settableError != AXResult::success)
-        return {simElement->item->settableError, false};
-    return {AXResult::success, name == "AXPosition"_L1 && simElement->item->positionSettable};
+    if (request.item->settableError != AXResult::success)
+        return {request.item->settableError, false};
+    return {AXResult::success, name == "AXPosition"_L1 && request.item->positionSettable};
 }
 
 bool SimAccessibility::isProcessTrusted()
@@ -295,26 +389,6 @@ bool SimAccessibility::promptForTrust()
     if (!trusted)
         m_desktop.noteTrustPrompt();
     return trusted;
-}
-
-// An application that takes longer than the element's timeout, or has stopped answering,
-// costs the timeout and gives no answer.
-bool SimAccessibility::answersInTime(const AXElement& element)
-{
-    const auto& simElement = static_cast<const SimAXElement&>(element);
-    const SimApplication& app = *simElement.state->application;
-    const qint64 request = ++*simElement.requests;
-    const bool hangs = app.answersBeforeHanging && request > *app.answersBeforeHanging;
-    const double timeout = simElement.timeout;
-    const bool answers = !hangs && app.responseDelay <= timeout;
-    const double cost = answers ? app.responseDelay : timeout;
-    if (cost <= 0.0)
-        return answers;
-    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&m_time))
-        virtualTime->elapse(cost);
-    else
-        std::this_thread::sleep_for(std::chrono::duration<double>(cost));
-    return answers;
 }
 
 } // namespace tk

@@ -21,6 +21,14 @@ bool sameApplication(const SimApplication& a, const SimApplication& b)
 
 } // namespace
 
+bool SimProcess::answers()
+{
+    qint64 left = m_answersLeft.load();
+    while (left > 0 && !m_answersLeft.compare_exchange_weak(left, left - 1)) {
+    }
+    return left != 0;
+}
+
 QString SimDesktop::statusItemDefaultsKey()
 {
     return u"NSStatusItem Preferred Position "_s + Identity::statusItemAutosaveName;
@@ -37,10 +45,8 @@ SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* pa
     : QObject(parent), m_scenario(std::move(scenario)), m_defaults(defaults),
       m_order(m_scenario.remembered), m_trusted(m_scenario.trusted)
 {
-    for (SimApplication& app : m_scenario.applications) {
-        m_highestPid = qMax(m_highestPid, app.pid);
-        m_running.append(std::make_shared<const SimApplication>(std::move(app)));
-    }
+    for (SimApplication& app : m_scenario.applications)
+        start(std::make_shared<const SimApplication>(std::move(app)));
     m_scenario.applications.clear();
     addOwnApplication();
     for (const auto& app : m_running) {
@@ -77,8 +83,15 @@ void SimDesktop::addOwnApplication()
     own.bundleIdentifier = Identity::bundleIdentifier;
     own.name = Identity::name;
     own.items = {item};
-    m_highestPid = qMax(m_highestPid, own.pid);
-    m_running.append(std::make_shared<const SimApplication>(std::move(own)));
+    start(std::make_shared<const SimApplication>(std::move(own)));
+}
+
+void SimDesktop::start(std::shared_ptr<const SimApplication> application)
+{
+    m_highestPid = qMax(m_highestPid, application->pid);
+    m_processes.insert(application->pid,
+                       std::make_shared<SimProcess>(application->answersBeforeHanging));
+    m_running.append(std::move(application));
 }
 
 // Items the bar has never seen join it at its left end, in the application's order.
@@ -136,9 +149,8 @@ qint32 SimDesktop::launchApplication(SimApplication application)
     if (application.pid <= 0 || this->application(application.pid))
         application.pid = freshPid();
     const qint32 pid = application.pid;
-    m_highestPid = qMax(m_highestPid, pid);
     m_quit.removeIf([&](const auto& app) { return sameApplication(*app, application); });
-    m_running.append(std::make_shared<const SimApplication>(std::move(application)));
+    start(std::make_shared<const SimApplication>(std::move(application)));
     rememberItems(*m_running.constLast());
     republish();
     emit applicationLaunched(pid);
@@ -156,12 +168,45 @@ bool SimDesktop::quitApplication(qint32 pid)
         return false;
     const std::shared_ptr<const SimApplication> quit = *app;
     m_running.erase(app);
+    m_processes.remove(pid);
     m_quit.removeIf([&](const auto& earlier) { return sameApplication(*earlier, *quit); });
     m_quit.append(quit);
     republish();
     emit applicationTerminated(pid);
     emit menuBarChanged();
     return true;
+}
+
+bool SimDesktop::changeItems(qint32 pid, QList<SimElement> items)
+{
+    const std::optional<qsizetype> index = otherApplication(pid);
+    if (!index)
+        return false;
+    SimApplication changed = *m_running.at(*index);
+    changed.items = std::move(items);
+    m_running[*index] = std::make_shared<const SimApplication>(std::move(changed));
+    rememberItems(*m_running.at(*index));
+    republish();
+    emit menuBarChanged();
+    return true;
+}
+
+bool SimDesktop::setHung(qint32 pid, bool hung)
+{
+    if (!otherApplication(pid))
+        return false;
+    SimProcess& process = *m_processes.value(pid);
+    hung ? process.hang() : process.recover();
+    return true;
+}
+
+std::optional<qsizetype> SimDesktop::otherApplication(qint32 pid) const
+{
+    for (qsizetype i = 0; i < m_running.size(); ++i) {
+        if (m_running.at(i)->pid == pid && pid != ownPid())
+            return i;
+    }
+    return std::nullopt;
 }
 
 QList<SimApplication> SimDesktop::quitApplications() const
@@ -365,6 +410,7 @@ void SimDesktop::republish()
     for (const auto& app : m_running) {
         auto state = std::make_shared<SimApplicationState>();
         state->application = app;
+        state->process = m_processes.value(app->pid);
         state->visible = allows(*app);
         state->barFrames = current.frames.value(app->pid);
         state->barFrames.resize(app->items.size());

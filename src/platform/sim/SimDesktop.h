@@ -14,10 +14,30 @@ namespace tk {
 
 class UserDefaults;
 
+// A running application's process, from its launch to its quit, whatever the desktop
+// publishes meanwhile: what lasts from one accessibility request to the next. Safe on any
+// thread.
+class SimProcess {
+public:
+    explicit SimProcess(std::optional<qint64> answersBeforeHanging)
+        : m_answersLeft(answersBeforeHanging.value_or(-1))
+    {
+    }
+
+    // Takes one request: false once the process has hung, and from then on until it recovers.
+    bool answers();
+    void hang() { m_answersLeft = 0; }
+    void recover() { m_answersLeft = -1; }
+
+private:
+    std::atomic<qint64> m_answersLeft; // negative: it never hangs
+};
+
 // One running application as the accessibility interface sees it at one moment:
-// immutable, so readers on any thread need no lock.
+// immutable but for its process, so readers on any thread need no lock.
 struct SimApplicationState {
     std::shared_ptr<const SimApplication> application;
+    std::shared_ptr<SimProcess> process; // the same in every state while the application runs
     bool visible = true; // false while an allow-list hides its items
     // Where the layout put each item of its extras menu bar (accessibility space);
     // nothing while hidden.
@@ -84,6 +104,11 @@ public:
     // Applications that quit and have not started again, the latest last: one for each
     // bundle identifier (each name without one), as they ran.
     QList<SimApplication> quitApplications() const;
+    // The application puts other items in its extras menu bar; false as for quitting.
+    bool changeItems(qint32 pid, QList<SimElement> items);
+    // The application stops answering accessibility requests and stays so, scan after scan,
+    // until it recovers; false as for quitting.
+    bool setHung(qint32 pid, bool hung);
 
     // Nothing: no assertion in force. Otherwise only the listed applications keep their
     // items in the menu bar; applications without a bundle identifier lose theirs.
@@ -139,6 +164,9 @@ private:
     QHash<SimBarKey, QList<Slot>> runningSlots() const;
     void placeStatusItem(int place);
     void rememberStatusItemPlace();
+    void start(std::shared_ptr<const SimApplication> application);
+    // The running application other than this one, by pid; nothing when there is none.
+    std::optional<qsizetype> otherApplication(qint32 pid) const;
     bool allows(const SimApplication& app) const;
     int barItemCount() const;
     Layout computeLayout() const;
@@ -151,6 +179,7 @@ private:
     QList<std::shared_ptr<const SimApplication>> m_running;
     QList<std::shared_ptr<const SimApplication>> m_quit; // as `quitApplications()`
     qint32 m_highestPid = 0;                             // of every process that ran
+    QHash<qint32, std::shared_ptr<SimProcess>> m_processes; // of the running applications
     std::optional<QSet<QString>> m_allowList;
     SimBarOrder m_order;
     Layout m_layout; // as of the last change: reads between changes cost nothing

@@ -60,8 +60,9 @@ struct SimApplication {
     std::optional<QString> bundleIdentifier;
     std::optional<QString> name;
     double responseDelay = 0.0; // seconds each accessibility request takes to answer
-    // After this many requests to an application element and the elements read from it, the
-    // application stops answering (a process that hangs mid-scan); nothing: it never does.
+    // After this many accessibility requests, counted from its launch, the application stops
+    // answering (a process that hangs, mid-scan or between scans) and stays so, scan after
+    // scan; nothing: it never does.
     std::optional<qint64> answersBeforeHanging;
     bool hasExtrasMenuBar = true;
     QList<SimElement> items; // the extras menu bar's children, in bar order from the right
@@ -133,7 +134,7 @@ struct SimScenario {
 //     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
-//               "extrasMenuBar": true, "items": [element, ...]}],
+//               "answersBeforeHanging": 40, "extrasMenuBar": true, "items": [element, ...]}],
 //     "remembered": [{"bundle": "...", "item": 0}, {"pid": 1933},
 //                    {"autosaveName": "Tuckaway.main"}] }
 // An element: "role", "title", "description" (absent, or any JSON value: only a string
