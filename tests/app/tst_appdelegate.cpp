@@ -45,6 +45,7 @@ private Q_SLOTS:
     void launchOutcome_data();
     void launchOutcome();
     void session();
+    void menuBarOnlyApplicationWhileHidden();
     void settingsWindowAndReport();
 };
 
@@ -223,6 +224,32 @@ void TestAppDelegate::session()
     QCOMPARE(shell.platform->visibilityFramework().liveAssertionCount(), 0);
     QVERIFY(shell.hotKeys.registrations().isEmpty());
     QCOMPARE(shell.time.activeTimerCount(), 0);
+}
+
+// An application with nothing but a menu-bar item starts while the group is hidden: the
+// assertion is renewed with it allowed, so its icon shows; when it quits, renewed without it.
+void TestAppDelegate::menuBarOnlyApplicationWhileHidden()
+{
+    Shell shell;
+    QVERIFY(shell.launched());
+    QVERIFY(shell.collapsed());
+    const SimVisibilityFramework& framework = shell.platform->visibilityFramework();
+    const int requests = framework.activationRequestCount();
+    SimApplication agent;
+    agent.bundleIdentifier = u"com.example.Agent"_s;
+    agent.items = {SimElement{}};
+    const qint32 pid = shell.desktop.launchApplication(agent);
+    shell.pass(1.0);
+    QCOMPARE(framework.activationRequestCount(), requests + 1);
+    QVERIFY(shell.visibility().active());
+    QVERIFY(shell.desktop.allowList()->contains(u"com.example.Agent"_s));
+    QVERIFY(shell.desktop.isItemVisible(pid, 0));
+
+    QVERIFY(shell.desktop.quitApplication(pid));
+    shell.pass(1.0);
+    QCOMPARE(framework.activationRequestCount(), requests + 2);
+    QVERIFY(shell.visibility().active());
+    QVERIFY(!shell.desktop.allowList()->contains(u"com.example.Agent"_s));
 }
 
 // Centred in the visible frame of the screen under the pointer, else of the status item's
