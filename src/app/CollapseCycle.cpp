@@ -43,7 +43,7 @@ bool inMenuBarBand(const Rect& screen, const QPointF& point, double bandHeight)
 
 void AppDelegate::clickStatusItem(const StatusItemEvent& event)
 {
-    if (event.kind == StatusItemEvent::Kind::RightMouseUp || event.option) {
+    if (event.opensMenu()) {
         showMenu();
         return;
     }

@@ -13,14 +13,22 @@ namespace tk {
 
 struct GlyphImage;
 
-// A mouse-up on the status item's button, with the modifier keys held at that moment.
+// A press on the status item's button, with the modifier keys held at that moment.
 struct StatusItemEvent {
-    enum class Kind { LeftMouseUp, RightMouseUp };
+    // `Other`: a press that came with another event or with none, as one made through
+    // VoiceOver or another accessibility client does.
+    enum class Kind { LeftMouseUp, RightMouseUp, Other };
     Kind kind = Kind::LeftMouseUp;
     bool option = false;
     bool command = false;
     bool control = false;
     bool shift = false;
+
+    // A right mouse-up, or a left one with Option held; anything else is a plain click.
+    bool opensMenu() const
+    {
+        return kind == Kind::RightMouseUp || (kind == Kind::LeftMouseUp && option);
+    }
 };
 
 // One entry of a menu popped up at the status item. A separator has no title and no action.
@@ -48,7 +56,8 @@ public:
     virtual QImage image() const = 0; // null until an image is set
     virtual void setToolTip(const QString& text) = 0;
 
-    // Called on every left and right mouse-up on the button, never on mouse-down.
+    // Called on every left and right mouse-up on the button and on every press made without
+    // the mouse, never on mouse-down.
     virtual void setClickHandler(ClickHandler handler) = 0;
 
     // Screen space (origin at the bottom-left of the primary screen, y up). Nothing without

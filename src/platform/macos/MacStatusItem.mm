@@ -4,7 +4,7 @@
 
 #import <AppKit/AppKit.h>
 
-// The button's target: reads the event being handled and hands it on as a click.
+// The button's target: reads the event being handled, if any, and hands it on as a press.
 @interface TKStatusItemTarget : NSObject {
 @public
     tk::StatusItem::ClickHandler handler;
@@ -12,24 +12,38 @@
 - (void)buttonClicked:(id)sender;
 @end
 
+namespace {
+
+// A mouse-up of either button with its modifier keys; any other event, or none, is `Other`.
+tk::StatusItemEvent pressOf(NSEvent* event)
+{
+    tk::StatusItemEvent press;
+    press.kind = tk::StatusItemEvent::Kind::Other;
+    if (event == nil)
+        return press;
+    if (event.type == NSEventTypeLeftMouseUp)
+        press.kind = tk::StatusItemEvent::Kind::LeftMouseUp;
+    else if (event.type == NSEventTypeRightMouseUp)
+        press.kind = tk::StatusItemEvent::Kind::RightMouseUp;
+    const NSEventModifierFlags flags = event.modifierFlags;
+    press.option = (flags & NSEventModifierFlagOption) != 0;
+    press.command = (flags & NSEventModifierFlagCommand) != 0;
+    press.control = (flags & NSEventModifierFlagControl) != 0;
+    press.shift = (flags & NSEventModifierFlagShift) != 0;
+    return press;
+}
+
+} // namespace
+
 @implementation TKStatusItemTarget
 - (void)buttonClicked:(id)sender
 {
     (void)sender;
-    NSEvent* event = NSApp.currentEvent;
-    if (!handler || event == nil)
+    if (!handler)
         return;
-    tk::StatusItemEvent click;
-    click.kind = event.type == NSEventTypeRightMouseUp ? tk::StatusItemEvent::Kind::RightMouseUp
-                                                       : tk::StatusItemEvent::Kind::LeftMouseUp;
-    const NSEventModifierFlags flags = event.modifierFlags;
-    click.option = (flags & NSEventModifierFlagOption) != 0;
-    click.command = (flags & NSEventModifierFlagCommand) != 0;
-    click.control = (flags & NSEventModifierFlagControl) != 0;
-    click.shift = (flags & NSEventModifierFlagShift) != 0;
     // A copy: the handler may be replaced while it runs.
     const tk::StatusItem::ClickHandler current = handler;
-    current(click);
+    current(pressOf(NSApp.currentEvent));
 }
 @end
 
