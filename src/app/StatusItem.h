@@ -31,7 +31,7 @@ struct StatusItemEvent {
     }
 };
 
-// One entry of a menu popped up at the status item. A separator has no title and no action.
+// One entry of a menu opened from the status item. A separator has no title and no action.
 struct MenuEntry {
     QString title;
     QString keyEquivalent; // with the platform's default modifier (Command); empty: none
@@ -66,8 +66,9 @@ public:
     // The button's bounds converted to its window's coordinates, then to the screen's.
     virtual std::optional<Rect> buttonFrameOnScreen() const = 0;
 
-    // Shows `menu` at the button's origin without attaching it to the item, so that later
-    // plain clicks still reach the click handler. An entry's action runs when it is chosen.
+    // Opens `menu` from the button, placed and highlighted as the system does for a status
+    // item's menu. The menu belongs to the item only while it is open, so that later plain
+    // clicks still reach the click handler. An entry's action runs when it is chosen.
     virtual void popUpMenu(const QList<MenuEntry>& menu) = 0;
 };
 

@@ -46,7 +46,7 @@ private Q_SLOTS:
 };
 
 // A left click on the default desktop in boundary mode, from the click to the notice. The menu
-// (right click or option-click) changes nothing else and is not attached to the item.
+// (right click or option-click) changes nothing else and does not stay with the item.
 void TestCollapseCycle::oneClickTraced()
 {
     Shell shell(withSmallSecondScreen(), true);

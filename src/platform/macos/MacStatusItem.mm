@@ -8,6 +8,7 @@
 @interface TKStatusItemTarget : NSObject {
 @public
     tk::StatusItem::ClickHandler handler;
+    __weak NSStatusItem* item;
 }
 - (void)buttonClicked:(id)sender;
 @end
@@ -39,7 +40,8 @@ tk::StatusItemEvent pressOf(NSEvent* event)
 - (void)buttonClicked:(id)sender
 {
     (void)sender;
-    if (!handler)
+    // While the item holds a menu, the button is opening it: that is no press of ours.
+    if (!handler || item.menu != nil)
         return;
     // A copy: the handler may be replaced while it runs.
     const tk::StatusItem::ClickHandler current = handler;
@@ -47,10 +49,12 @@ tk::StatusItemEvent pressOf(NSEvent* event)
 }
 @end
 
-// The target of a popped-up menu's entries; the entry's tag is its index.
-@interface TKMenuTarget : NSObject {
+// The target of a shown menu's entries, whose tag is their index, and the menu's delegate,
+// which takes the menu back from the item once it has closed.
+@interface TKMenuTarget : NSObject <NSMenuDelegate> {
 @public
     QList<std::function<void()>> actions;
+    __weak NSStatusItem* item;
 }
 - (void)entryChosen:(NSMenuItem*)sender;
 @end
@@ -63,6 +67,12 @@ tk::StatusItemEvent pressOf(NSEvent* event)
         return;
     const std::function<void()> action = actions.at(index);
     action();
+}
+
+- (void)menuDidClose:(NSMenu*)menu
+{
+    if (item.menu == menu)
+        item.menu = nil;
 }
 @end
 
@@ -105,6 +115,7 @@ MacStatusItem::MacStatusItem(double length, const QString& autosaveName)
     d->item = [[NSStatusBar systemStatusBar] statusItemWithLength:length];
     d->item.autosaveName = autosaveName.toNSString();
     d->target = [[TKStatusItemTarget alloc] init];
+    d->target->item = d->item;
     if (NSStatusBarButton* button = d->item.button) {
         button.target = d->target;
         button.action = @selector(buttonClicked:);
@@ -163,6 +174,8 @@ std::optional<Rect> MacStatusItem::buttonFrameOnScreen() const
     return rectOf([button.window convertRectToScreen:inWindow]);
 }
 
+// The item is given the menu and its button opens it, so that the system places the menu
+// and highlights the button as for any status item's menu; the delegate takes it back.
 void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
 {
     NSStatusBarButton* button = d->item.button;
@@ -184,8 +197,11 @@ void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
         item.tag = index;
         [menu addItem:item];
     }
+    target->item = d->item;
+    menu.delegate = target;
     d->menuTarget = target;
-    [menu popUpMenuPositioningItem:nil atLocation:NSZeroPoint inView:button];
+    d->item.menu = menu;
+    [button performClick:nil];
 }
 
 } // namespace tk
