@@ -58,8 +58,8 @@ std::optional<ScreenInfo> SimDesktopServices::mainScreen() const
 std::unique_ptr<StatusItem> SimDesktopServices::createStatusItem(double length,
                                                                  const QString& autosaveName)
 {
-    auto item =
-        std::make_unique<SimStatusItem>(m_desktop, length, autosaveName, m_statusItemsGetButtons);
+    auto item = std::make_unique<SimStatusItem>(m_desktop, length, autosaveName,
+                                                m_statusItemsGetButtons, m_statusItemLayoutTurns);
     m_statusItem = item.get();
     ++m_statusItemCount;
     return item;
