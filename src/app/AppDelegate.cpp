@@ -6,6 +6,7 @@
 #include "app/ScenarioExport.h"
 #include "inspection/AXScanner.h"
 #include "app/StatusItem.h"
+#include "app/StatusItemPlaceWait.h"
 #include "core/Identity.h"
 #include "core/Time.h"
 #include "core/WorkerThread.h"
@@ -93,12 +94,26 @@ bool AppDelegate::handOverToRunningCopy(bool diagnosticRequested)
     return false;
 }
 
-// The scan walks the desktop through a recording of the accessibility interface, off the
-// main thread as every scan does; what it read becomes the scenario file.
+// Tuckaway's place is part of the file. The system lays a new item out only once the event
+// loop has turned: the place is looked for from the next turn on.
 void AppDelegate::startExportRun(const QString& path)
 {
+    later([this, path] {
+        m_placeWait = std::make_unique<StatusItemPlaceWait>(
+            *m_item, m_desktop, m_platform.time(), [this, path](bool placed) {
+                if (!placed)
+                    m_errors.write((text(StatusItemPlaceWait::unreadableNotice) + u'\n').toUtf8());
+                exportDesktop(path, placed);
+            });
+    });
+}
+
+// The scan walks the desktop through a recording of the accessibility interface, off the
+// main thread as every scan does; what it read becomes the scenario file.
+void AppDelegate::exportDesktop(const QString& path, bool placed)
+{
     auto recording = std::make_shared<RecordingAccessibility>(m_platform.accessibility());
-    auto desktop = std::make_shared<ExportedDesktop>(exportedDesktop());
+    auto desktop = std::make_shared<ExportedDesktop>(exportedDesktop(placed));
     QList<ScanApp> apps;
     for (const RunningApplication& running : std::as_const(desktop->applications))
         apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName};
@@ -125,13 +140,14 @@ void AppDelegate::startExportRun(const QString& path)
 
 // Everything but the menu-bar trees, which the scan reads. The applications are those a
 // scan walks: every one but this one, in the system's order.
-ExportedDesktop AppDelegate::exportedDesktop() const
+ExportedDesktop AppDelegate::exportedDesktop(bool placed) const
 {
     const Workspace& workspace = m_platform.workspace();
     ExportedDesktop desktop;
     desktop.screens = m_desktop.screens();
     desktop.ownPid = workspace.currentProcessId();
-    desktop.ownIcon = boundary();
+    if (placed)
+        desktop.ownIcon = boundary();
     desktop.trusted = m_inspector.isAuthorized();
     const std::optional<QString> ownBundle = workspace.mainBundleIdentifier();
     for (const RunningApplication& running : workspace.runningApplications()) {

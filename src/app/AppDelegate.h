@@ -25,6 +25,7 @@ struct ExportedDesktop;
 class SettingsWindow;
 struct CommandLine;
 class StatusItem;
+class StatusItemPlaceWait;
 class Timer;
 struct ScreenInfo;
 struct StatusItemEvent;
@@ -108,7 +109,8 @@ private:
     bool handOverToRunningCopy(bool diagnosticRequested);
     void startDiagnosticRun(const QString& path);
     void startExportRun(const QString& path);
-    ExportedDesktop exportedDesktop() const;
+    void exportDesktop(const QString& path, bool placed);
+    ExportedDesktop exportedDesktop(bool placed) const;
     void createStatusItem();
     void subscribe();
     void observe();
@@ -151,6 +153,7 @@ private:
     QList<BoundaryPolicy::Decision> m_decisions;
     std::unique_ptr<Timer> m_interactionTimer;
     std::unique_ptr<Timer> m_startAction;
+    std::unique_ptr<StatusItemPlaceWait> m_placeWait;
     std::optional<double> m_expandedAt;
     std::optional<double> m_hoverBegan;
     qint64 m_collapseGeneration = 0;

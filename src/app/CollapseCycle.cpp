@@ -2,6 +2,7 @@
 #include "app/DesktopServices.h"
 #include "app/SettingsWindow.h"
 #include "app/StatusItem.h"
+#include "app/StatusItemPlaceWait.h"
 #include "inspection/Workspace.h"
 #include "app/Platform.h"
 #include "visibility/BoundaryPolicy.h"
@@ -16,7 +17,6 @@ namespace {
 
 const QString missingAccessibilityNotice =
     u"No se aplicó: falta Accesibilidad para esta copia. Autorízala en Permisos y diagnóstico."_s;
-const QString unreadableSeparatorNotice = u"Aún no se puede leer la posición del separador."_s;
 const QString nothingLeftNotice = u"No se detectaron apps ocultables a la izquierda. Usa "
                                   u"⌘-arrastrar para colocar el separador."_s;
 const QString nothingSelectedNotice = u"Selecciona al menos una app en Organización."_s;
@@ -43,7 +43,7 @@ bool inMenuBarBand(const Rect& screen, const QPointF& point, double bandHeight)
 
 void AppDelegate::clickStatusItem(const StatusItemEvent& event)
 {
-    if (event.kind == StatusItemEvent::Kind::RightMouseUp || event.option) {
+    if (event.opensMenu()) {
         showMenu();
         return;
     }
@@ -92,7 +92,7 @@ void AppDelegate::finishCollapse(qint64 generation)
     } else {
         const std::optional<QSet<QString>> leftOfSeparator = boundaryHiddenSet();
         if (!leftOfSeparator) {
-            m_preferences.setNotice(unreadableSeparatorNotice);
+            m_preferences.setNotice(StatusItemPlaceWait::unreadableNotice);
             return;
         }
         hidden = *leftOfSeparator;

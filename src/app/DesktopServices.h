@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Rect.h"
+#include "inspection/Workspace.h"
 
 #include <QList>
 #include <QObject>
@@ -79,12 +80,22 @@ public:
     virtual QString bundleVersion() const = 0;
 
 Q_SIGNALS:
+    // Once for each application that started or quit.
     void applicationLaunched();
     void applicationTerminated();
     void screensDidSleep();
     void screenParametersChanged();
     // The user opened the application again while it runs.
     void reopenRequested();
+
+protected:
+    // The platform hands over the running applications whenever it sees them change; each
+    // one that started or quit since the list before is reported. The first list handed
+    // over is where the comparison starts: nothing is reported for it.
+    void runningApplicationsSeen(const QList<RunningApplication>& running);
+
+private:
+    std::optional<QList<RunningApplication>> m_running;
 };
 
 } // namespace tk

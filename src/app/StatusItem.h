@@ -13,17 +13,25 @@ namespace tk {
 
 struct GlyphImage;
 
-// A mouse-up on the status item's button, with the modifier keys held at that moment.
+// A press on the status item's button, with the modifier keys held at that moment.
 struct StatusItemEvent {
-    enum class Kind { LeftMouseUp, RightMouseUp };
+    // `Other`: a press that came with another event or with none, as one made through
+    // VoiceOver or another accessibility client does.
+    enum class Kind { LeftMouseUp, RightMouseUp, Other };
     Kind kind = Kind::LeftMouseUp;
     bool option = false;
     bool command = false;
     bool control = false;
     bool shift = false;
+
+    // A right mouse-up, or a left one with Option held; anything else is a plain click.
+    bool opensMenu() const
+    {
+        return kind == Kind::RightMouseUp || (kind == Kind::LeftMouseUp && option);
+    }
 };
 
-// One entry of a menu popped up at the status item. A separator has no title and no action.
+// One entry of a menu opened from the status item. A separator has no title and no action.
 struct MenuEntry {
     QString title;
     QString keyEquivalent; // with the platform's default modifier (Command); empty: none
@@ -48,7 +56,8 @@ public:
     virtual QImage image() const = 0; // null until an image is set
     virtual void setToolTip(const QString& text) = 0;
 
-    // Called on every left and right mouse-up on the button, never on mouse-down.
+    // Called on every left and right mouse-up on the button and on every press made without
+    // the mouse, never on mouse-down.
     virtual void setClickHandler(ClickHandler handler) = 0;
 
     // Screen space (origin at the bottom-left of the primary screen, y up). Nothing without
@@ -57,8 +66,9 @@ public:
     // The button's bounds converted to its window's coordinates, then to the screen's.
     virtual std::optional<Rect> buttonFrameOnScreen() const = 0;
 
-    // Shows `menu` at the button's origin without attaching it to the item, so that later
-    // plain clicks still reach the click handler. An entry's action runs when it is chosen.
+    // Opens `menu` from the button, placed and highlighted as the system does for a status
+    // item's menu. The menu belongs to the item only while it is open, so that later plain
+    // clicks still reach the click handler. An entry's action runs when it is chosen.
     virtual void popUpMenu(const QList<MenuEntry>& menu) = 0;
 };
 

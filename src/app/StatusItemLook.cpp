@@ -24,8 +24,8 @@ void AppDelegate::updateGlyph(bool collapsed, bool pending, const std::optional<
         m_item->setToolTip(text(u"Ocultar grupo · clic derecho para configurar"_s));
 }
 
-// Built anew at every opening and never attached to the item, so plain left clicks keep
-// reaching `clickStatusItem`.
+// Built anew at every opening and held by the item only while open, so plain left clicks
+// keep reaching `clickStatusItem`.
 void AppDelegate::showMenu()
 {
     if (!m_item || !m_item->hasButton())

@@ -1,6 +1,7 @@
 #include "ShellFixture.h"
 #include "artwork/StatusGlyph.h"
 #include "core/Identity.h"
+#include "app/StatusItemPlaceWait.h"
 #include "diagnostics/InterfaceReport.h"
 
 #include <QFile>
@@ -45,6 +46,11 @@ private Q_SLOTS:
     void launchOutcome_data();
     void launchOutcome();
     void session();
+    void menuBarOnlyApplicationWhileHidden();
+    void settledWindow_data();
+    void settledWindow();
+    void exportReadsThePlaceOnceLaidOut_data();
+    void exportReadsThePlaceOnceLaidOut();
     void settingsWindowAndReport();
 };
 
@@ -223,6 +229,97 @@ void TestAppDelegate::session()
     QCOMPARE(shell.platform->visibilityFramework().liveAssertionCount(), 0);
     QVERIFY(shell.hotKeys.registrations().isEmpty());
     QCOMPARE(shell.time.activeTimerCount(), 0);
+}
+
+// An application with nothing but a menu-bar item starts while the group is hidden: the
+// assertion is renewed with it allowed, so its icon shows; when it quits, renewed without it.
+void TestAppDelegate::menuBarOnlyApplicationWhileHidden()
+{
+    Shell shell;
+    QVERIFY(shell.launched());
+    QVERIFY(shell.collapsed());
+    const SimVisibilityFramework& framework = shell.platform->visibilityFramework();
+    const int requests = framework.activationRequestCount();
+    SimApplication agent;
+    agent.bundleIdentifier = u"com.example.Agent"_s;
+    agent.items = {SimElement{}};
+    const qint32 pid = shell.desktop.launchApplication(agent);
+    shell.pass(1.0);
+    QCOMPARE(framework.activationRequestCount(), requests + 1);
+    QVERIFY(shell.visibility().active());
+    QVERIFY(shell.desktop.allowList()->contains(u"com.example.Agent"_s));
+    QVERIFY(shell.desktop.isItemVisible(pid, 0));
+
+    QVERIFY(shell.desktop.quitApplication(pid));
+    shell.pass(1.0);
+    QCOMPARE(framework.activationRequestCount(), requests + 2);
+    QVERIFY(shell.visibility().active());
+    QVERIFY(!shell.desktop.allowList()->contains(u"com.example.Agent"_s));
+}
+
+// The item's window is in place once it crosses the top edge of a screen: below it in a menu
+// bar that shows, above it in one that hides itself. Before that it stands anywhere, or nowhere.
+void TestAppDelegate::settledWindow_data()
+{
+    QTest::addColumn<Rect>("window");
+    QTest::addColumn<bool>("settled");
+    QTest::newRow("in the menu bar") << Rect{1200, 958, 30, 24} << true;
+    QTest::newRow("above a hidden menu bar") << Rect{1200, 982, 30, 24} << true;
+    QTest::newRow("on the second screen") << Rect{1600, 576, 30, 24} << true;
+    QTest::newRow("left at the origin") << Rect{0, 0, 30, 24} << false;
+    QTest::newRow("just below the top") << Rect{1200, 957, 30, 24} << false;
+    QTest::newRow("above a screen, clear of it") << Rect{1200, 983, 30, 24} << false;
+    QTest::newRow("beside every screen") << Rect{-40, 958, 30, 24} << false;
+    QTest::newRow("no width") << Rect{1200, 958, 0, 24} << false;
+    QTest::newRow("the null rectangle") << Rect::null() << false;
+}
+
+void TestAppDelegate::settledWindow()
+{
+    QFETCH(Rect, window);
+    QFETCH(bool, settled);
+    const QList<ScreenInfo> screens = {{Rect{0, 0, 1512, 982}, Rect{0, 0, 1512, 958}},
+                                       {Rect{1512, 0, 800, 600}, Rect{1512, 0, 800, 576}}};
+    QCOMPARE(StatusItemPlaceWait::isSettled(window, screens), settled);
+}
+
+// The export reads Tuckaway's place once the system has laid the item out, and waits no more
+// than a second for it; without it the file has no place, and standard error says why.
+void TestAppDelegate::exportReadsThePlaceOnceLaidOut_data()
+{
+    QTest::addColumn<int>("layoutTurns"); // negative: never laid out
+    QTest::addColumn<bool>("placed");
+    QTest::newRow("laid out at once") << 0 << true;
+    QTest::newRow("after the first turn, as on a Mac") << 1 << true;
+    QTest::newRow("after a few turns") << 3 << true;
+    QTest::newRow("never") << -1 << false;
+}
+
+void TestAppDelegate::exportReadsThePlaceOnceLaidOut()
+{
+    QFETCH(int, layoutTurns);
+    QFETCH(bool, placed);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"desktop.json"_s);
+    Shell shell;
+    shell.services.setStatusItemLayoutTurns(layoutTurns);
+    QCOMPARE(shell.launch({u"--export-scenario"_s, path}), AppDelegate::LaunchOutcome::ExportRun);
+    // Until the scan has ended, or the wait has given up. The scan lets virtual time pass on
+    // its own thread, so the steps count the wait's time.
+    int steps = 0;
+    while (shell.quits->isEmpty() && shell.errors.data().isEmpty() && steps < 40) {
+        Shell::drain();
+        shell.time.advance(StatusItemPlaceWait::pollInterval);
+        ++steps;
+        QTest::qWait(1);
+    }
+    QVERIFY(placed || steps == 20); // a second
+    QTRY_COMPARE(shell.quits->count(), 1);
+    QCOMPARE(shell.quits->first().first().toInt(), 0);
+    const QJsonObject tuckaway = readReport(path).value(u"tuckaway"_s).toObject();
+    QCOMPARE(tuckaway.value(u"place"_s).toInt(-1), placed ? shell.desktop.statusItemPlace() : -1);
+    QCOMPARE(QString::fromUtf8(shell.errors.data()),
+             placed ? QString() : u"Aún no se puede leer la posición del separador.\n"_s);
 }
 
 // Centred in the visible frame of the screen under the pointer, else of the status item's

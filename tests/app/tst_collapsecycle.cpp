@@ -34,6 +34,8 @@ private Q_SLOTS:
     void oneClickTraced();
     void clickInEachState_data();
     void clickInEachState();
+    void menuOrClick_data();
+    void menuOrClick();
     void revealDropsCollapseAndCountdown_data();
     void revealDropsCollapseAndCountdown();
     void collapseRefused_data();
@@ -47,7 +49,7 @@ private Q_SLOTS:
 };
 
 // A left click on the default desktop in boundary mode, from the click to the notice. The menu
-// (right click or option-click) changes nothing else and is not attached to the item.
+// (right click or option-click) changes nothing else and does not stay with the item.
 void TestCollapseCycle::oneClickTraced()
 {
     Shell shell(withSmallSecondScreen(), true);
@@ -138,6 +140,41 @@ void TestCollapseCycle::clickInEachState()
         QVERIFY(!shell.visibility().active() && !shell.visibility().pending());
         QCOMPARE(shell.app->expandedAt(), std::optional<double>(shell.time.now()));
     }
+}
+
+// Only a right mouse-up and an Option-held left one open the menu. A press without the mouse
+// (VoiceOver presses with Control and Option held) is a plain click.
+void TestCollapseCycle::menuOrClick_data()
+{
+    using Kind = StatusItemEvent::Kind;
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<bool>("option");
+    QTest::addColumn<bool>("control");
+    QTest::addColumn<bool>("opensMenu");
+    QTest::newRow("left") << Kind::LeftMouseUp << false << false << false;
+    QTest::newRow("Option-left") << Kind::LeftMouseUp << true << false << true;
+    QTest::newRow("Control-left") << Kind::LeftMouseUp << false << true << false;
+    QTest::newRow("right") << Kind::RightMouseUp << false << false << true;
+    QTest::newRow("Option-right") << Kind::RightMouseUp << true << false << true;
+    QTest::newRow("accessibility press") << Kind::Other << false << false << false;
+    QTest::newRow("press with Control-Option held") << Kind::Other << true << true << false;
+}
+
+void TestCollapseCycle::menuOrClick()
+{
+    QFETCH(StatusItemEvent::Kind, kind);
+    QFETCH(bool, option);
+    QFETCH(bool, control);
+    QFETCH(bool, opensMenu);
+    Shell shell;
+    QVERIFY(shell.launched());
+    StatusItemEvent press;
+    press.kind = kind;
+    press.option = option;
+    press.control = control;
+    shell.item().click(press);
+    QCOMPARE(shell.item().menuCount(), opensMenu ? 1 : 0);
+    QCOMPARE(shell.app->collapseGeneration(), opensMenu ? 0 : 1);
 }
 
 // Whatever shows all drops a collapse that waits for its scan, and the countdown of a reveal.

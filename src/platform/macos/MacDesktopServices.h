@@ -4,8 +4,8 @@
 
 namespace tk {
 
-// The Mac's screens, pointer, workspace notifications, activation and status bar.
-// Objective-C stays in the implementation file.
+// The Mac's screens, pointer, running applications, workspace notifications, activation and
+// status bar. Objective-C stays in the implementation file.
 class MacDesktopServices final : public DesktopServices {
 public:
     explicit MacDesktopServices(QObject* parent = nullptr);
@@ -29,6 +29,8 @@ public:
     QString bundleVersion() const override;
 
 private:
+    void observeRunningApplications();
+
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -2,11 +2,13 @@
 
 #include "platform/macos/MacAppIcon.h"
 #include "platform/macos/MacStatusItem.h"
+#include "platform/macos/MacWorkspace.h"
 
 #import <AppKit/AppKit.h>
 #import <CoreServices/CoreServices.h>
 #include <objc/runtime.h>
 #include <QWidget>
+#include <functional>
 
 // Answers the "reopen" Apple event, sent when the running application is opened again.
 @interface TKReopenHandler : NSObject {
@@ -26,9 +28,38 @@
 }
 @end
 
+// Observes the workspace's list of running applications, which changes for every
+// application that starts or quits, menu-bar-only and background ones included; the
+// workspace posts its launch and termination notifications for the others only.
+@interface TKRunningApplicationsObserver : NSObject {
+@public
+    std::function<void()> changed;
+}
+@end
+
+@implementation TKRunningApplicationsObserver
+- (void)observeValueForKeyPath:(NSString*)keyPath
+                      ofObject:(id)object
+                        change:(NSDictionary<NSKeyValueChangeKey, id>*)change
+                       context:(void*)context
+{
+    (void)keyPath;
+    (void)object;
+    (void)change;
+    (void)context;
+    // Read again on the main queue, where the list is handed over.
+    dispatch_async(dispatch_get_main_queue(), ^{
+      if (self->changed)
+          self->changed();
+    });
+}
+@end
+
 namespace tk {
 
 namespace {
+
+NSString* const runningApplicationsKey = @"runningApplications";
 
 Rect rectOf(NSRect rect)
 {
@@ -78,6 +109,7 @@ struct MacDesktopServices::Private {
     NSMutableArray* observers = [NSMutableArray array]; // tokens, with their centre
     NSMutableArray* centres = [NSMutableArray array];
     TKReopenHandler* reopen = [[TKReopenHandler alloc] init];
+    TKRunningApplicationsObserver* running = [[TKRunningApplicationsObserver alloc] init];
 };
 
 MacDesktopServices::MacDesktopServices(QObject* parent)
@@ -94,14 +126,12 @@ MacDesktopServices::MacDesktopServices(QObject* parent)
         [d->observers addObject:token];
         [d->centres addObject:centre];
     };
-    NSNotificationCenter* workspace = NSWorkspace.sharedWorkspace.notificationCenter;
-    observe(workspace, NSWorkspaceDidLaunchApplicationNotification,
-            &DesktopServices::applicationLaunched);
-    observe(workspace, NSWorkspaceDidTerminateApplicationNotification,
-            &DesktopServices::applicationTerminated);
-    observe(workspace, NSWorkspaceScreensDidSleepNotification, &DesktopServices::screensDidSleep);
+    observe(NSWorkspace.sharedWorkspace.notificationCenter, NSWorkspaceScreensDidSleepNotification,
+            &DesktopServices::screensDidSleep);
     observe(NSNotificationCenter.defaultCenter, NSApplicationDidChangeScreenParametersNotification,
             &DesktopServices::screenParametersChanged);
+
+    observeRunningApplications();
 
     // The application installs its own Apple event handlers as it finishes launching; ours
     // goes in now and again after that, so that it is the one in force.
@@ -126,8 +156,21 @@ MacDesktopServices::MacDesktopServices(QObject* parent)
     [d->centres addObject:NSNotificationCenter.defaultCenter];
 }
 
+// Every change of the list hands the whole list over; the first one is read now.
+void MacDesktopServices::observeRunningApplications()
+{
+    d->running->changed = [this] { runningApplicationsSeen(MacWorkspace().runningApplications()); };
+    d->running->changed();
+    [NSWorkspace.sharedWorkspace addObserver:d->running
+                                  forKeyPath:runningApplicationsKey
+                                     options:0
+                                     context:nullptr];
+}
+
 MacDesktopServices::~MacDesktopServices()
 {
+    [NSWorkspace.sharedWorkspace removeObserver:d->running forKeyPath:runningApplicationsKey];
+    d->running->changed = nullptr;
     for (NSUInteger i = 0; i < d->observers.count; ++i)
         [d->centres[i] removeObserver:d->observers[i]];
     d->reopen->owner = nullptr;

@@ -4,39 +4,57 @@
 
 #import <AppKit/AppKit.h>
 
-// The button's target: reads the event being handled and hands it on as a click.
+// The button's target: reads the event being handled, if any, and hands it on as a press.
 @interface TKStatusItemTarget : NSObject {
 @public
     tk::StatusItem::ClickHandler handler;
+    __weak NSStatusItem* item;
 }
 - (void)buttonClicked:(id)sender;
 @end
+
+namespace {
+
+// A mouse-up of either button with its modifier keys; any other event, or none, is `Other`.
+tk::StatusItemEvent pressOf(NSEvent* event)
+{
+    tk::StatusItemEvent press;
+    press.kind = tk::StatusItemEvent::Kind::Other;
+    if (event == nil)
+        return press;
+    if (event.type == NSEventTypeLeftMouseUp)
+        press.kind = tk::StatusItemEvent::Kind::LeftMouseUp;
+    else if (event.type == NSEventTypeRightMouseUp)
+        press.kind = tk::StatusItemEvent::Kind::RightMouseUp;
+    const NSEventModifierFlags flags = event.modifierFlags;
+    press.option = (flags & NSEventModifierFlagOption) != 0;
+    press.command = (flags & NSEventModifierFlagCommand) != 0;
+    press.control = (flags & NSEventModifierFlagControl) != 0;
+    press.shift = (flags & NSEventModifierFlagShift) != 0;
+    return press;
+}
+
+} // namespace
 
 @implementation TKStatusItemTarget
 - (void)buttonClicked:(id)sender
 {
     (void)sender;
-    NSEvent* event = NSApp.currentEvent;
-    if (!handler || event == nil)
+    // While the item holds a menu, the button is opening it: that is no press of ours.
+    if (!handler || item.menu != nil)
         return;
-    tk::StatusItemEvent click;
-    click.kind = event.type == NSEventTypeRightMouseUp ? tk::StatusItemEvent::Kind::RightMouseUp
-                                                       : tk::StatusItemEvent::Kind::LeftMouseUp;
-    const NSEventModifierFlags flags = event.modifierFlags;
-    click.option = (flags & NSEventModifierFlagOption) != 0;
-    click.command = (flags & NSEventModifierFlagCommand) != 0;
-    click.control = (flags & NSEventModifierFlagControl) != 0;
-    click.shift = (flags & NSEventModifierFlagShift) != 0;
     // A copy: the handler may be replaced while it runs.
     const tk::StatusItem::ClickHandler current = handler;
-    current(click);
+    current(pressOf(NSApp.currentEvent));
 }
 @end
 
-// The target of a popped-up menu's entries; the entry's tag is its index.
-@interface TKMenuTarget : NSObject {
+// The target of a shown menu's entries, whose tag is their index, and the menu's delegate,
+// which takes the menu back from the item once it has closed.
+@interface TKMenuTarget : NSObject <NSMenuDelegate> {
 @public
     QList<std::function<void()>> actions;
+    __weak NSStatusItem* item;
 }
 - (void)entryChosen:(NSMenuItem*)sender;
 @end
@@ -49,6 +67,12 @@
         return;
     const std::function<void()> action = actions.at(index);
     action();
+}
+
+- (void)menuDidClose:(NSMenu*)menu
+{
+    if (item.menu == menu)
+        item.menu = nil;
 }
 @end
 
@@ -91,6 +115,7 @@ MacStatusItem::MacStatusItem(double length, const QString& autosaveName)
     d->item = [[NSStatusBar systemStatusBar] statusItemWithLength:length];
     d->item.autosaveName = autosaveName.toNSString();
     d->target = [[TKStatusItemTarget alloc] init];
+    d->target->item = d->item;
     if (NSStatusBarButton* button = d->item.button) {
         button.target = d->target;
         button.action = @selector(buttonClicked:);
@@ -149,6 +174,8 @@ std::optional<Rect> MacStatusItem::buttonFrameOnScreen() const
     return rectOf([button.window convertRectToScreen:inWindow]);
 }
 
+// The item is given the menu and its button opens it, so that the system places the menu
+// and highlights the button as for any status item's menu; the delegate takes it back.
 void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
 {
     NSStatusBarButton* button = d->item.button;
@@ -170,8 +197,11 @@ void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
         item.tag = index;
         [menu addItem:item];
     }
+    target->item = d->item;
+    menu.delegate = target;
     d->menuTarget = target;
-    [menu popUpMenuPositioningItem:nil atLocation:NSZeroPoint inView:button];
+    d->item.menu = menu;
+    [button performClick:nil];
 }
 
 } // namespace tk

@@ -3,6 +3,7 @@
 #include "core/Identity.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimStatusItem.h"
+#include "platform/sim/SimWorkspace.h"
 
 #include <algorithm>
 
@@ -20,10 +21,14 @@ SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
 {
     for (const SimScreen& screen : m_desktop.screens())
         m_screens.append({screen.frame, screen.visibleFrame});
-    connect(&m_desktop, &SimDesktop::applicationLaunched, this,
-            &DesktopServices::applicationLaunched);
-    connect(&m_desktop, &SimDesktop::applicationTerminated, this,
-            &DesktopServices::applicationTerminated);
+    // As on a Mac, launches and quits are told by the list of running applications, which
+    // changes for every application, menu-bar-only ones included.
+    const auto handOver = [this] {
+        runningApplicationsSeen(SimWorkspace(m_desktop).runningApplications());
+    };
+    handOver();
+    connect(&m_desktop, &SimDesktop::applicationLaunched, this, handOver);
+    connect(&m_desktop, &SimDesktop::applicationTerminated, this, handOver);
     // In the middle of the primary screen: off the menu bar and every icon.
     if (const auto first = mainScreen())
         m_pointer = {first->frame.midX(), first->frame.midY()};
@@ -53,8 +58,8 @@ std::optional<ScreenInfo> SimDesktopServices::mainScreen() const
 std::unique_ptr<StatusItem> SimDesktopServices::createStatusItem(double length,
                                                                  const QString& autosaveName)
 {
-    auto item =
-        std::make_unique<SimStatusItem>(m_desktop, length, autosaveName, m_statusItemsGetButtons);
+    auto item = std::make_unique<SimStatusItem>(m_desktop, length, autosaveName,
+                                                m_statusItemsGetButtons, m_statusItemLayoutTurns);
     m_statusItem = item.get();
     ++m_statusItemCount;
     return item;

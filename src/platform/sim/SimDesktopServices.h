@@ -50,6 +50,9 @@ public:
     void placeWindowsOnHostScreens(bool onHost) { m_windowsOnHost = onHost; }
     // Later status items come without a button, as a system out of room gives them.
     void setStatusItemsGetButtons(bool withButton) { m_statusItemsGetButtons = withButton; }
+    // Later status items have a place only once the event loop has turned this many times:
+    // once, as on a Mac, unless told otherwise; never when it is negative.
+    void setStatusItemLayoutTurns(int turns) { m_statusItemLayoutTurns = turns; }
 
     // What the application did.
     bool isAccessory() const { return m_accessory; }
@@ -70,6 +73,7 @@ private:
     bool m_buttonPressed = false;
     bool m_accessory = false;
     bool m_statusItemsGetButtons = true;
+    int m_statusItemLayoutTurns = 1;
     bool m_windowsOnHost = false;
     QList<qint32> m_activated;
     int m_selfActivations = 0;

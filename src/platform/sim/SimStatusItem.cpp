@@ -5,10 +5,19 @@
 namespace tk {
 
 SimStatusItem::SimStatusItem(const SimDesktop& desktop, double length, QString autosaveName,
-                             bool hasButton, QObject* parent)
+                             bool hasButton, int layoutTurns, QObject* parent)
     : QObject(parent), m_desktop(desktop), m_length(length),
-      m_autosaveName(std::move(autosaveName)), m_hasButton(hasButton)
+      m_autosaveName(std::move(autosaveName)), m_hasButton(hasButton),
+      m_turnsBeforeLayout(layoutTurns)
 {
+    if (m_turnsBeforeLayout > 0)
+        QMetaObject::invokeMethod(this, &SimStatusItem::turn, Qt::QueuedConnection);
+}
+
+void SimStatusItem::turn()
+{
+    if (--m_turnsBeforeLayout > 0)
+        QMetaObject::invokeMethod(this, &SimStatusItem::turn, Qt::QueuedConnection);
 }
 
 SimStatusItem::~SimStatusItem() = default;
@@ -42,7 +51,7 @@ void SimStatusItem::setClickHandler(ClickHandler handler)
 // The button fills its window, which stands where the desktop lays the item out.
 std::optional<Rect> SimStatusItem::buttonWindowFrame() const
 {
-    if (!m_hasButton)
+    if (!m_hasButton || m_turnsBeforeLayout != 0)
         return std::nullopt;
     const std::optional<Rect> frame = m_desktop.statusItemFrame();
     if (!frame)

@@ -15,8 +15,10 @@ class SimStatusItem final : public QObject, public StatusItem {
     Q_OBJECT
 
 public:
+    // The item has no place until the event loop has turned `layoutTurns` times, as a Mac
+    // lays a new item out only then; never when it is negative.
     SimStatusItem(const SimDesktop& desktop, double length, QString autosaveName, bool hasButton,
-                  QObject* parent = nullptr);
+                  int layoutTurns, QObject* parent = nullptr);
     ~SimStatusItem() override;
 
     bool hasButton() const override { return m_hasButton; }
@@ -51,10 +53,13 @@ Q_SIGNALS:
     void appearanceChanged();
 
 private:
+    void turn();
+
     const SimDesktop& m_desktop;
     double m_length;
     QString m_autosaveName;
     bool m_hasButton;
+    int m_turnsBeforeLayout;
     std::optional<GlyphImage> m_glyph;
     QString m_toolTip;
     ClickHandler m_clickHandler;
