@@ -58,7 +58,7 @@ StepOutcome SessionSteps::act(const ScriptStep& step)
     if (command == u"button")
         m_context.platform.simulatedDesktopServices().setMouseButtonPressed(first == u"down");
     else if (command == u"shortcut")
-        pressShortcut(m_context.platform);
+        pressShortcut();
     else if (command == u"drag")
         m_context.platform.desktop().moveStatusItem(first.toDouble());
     else
@@ -189,6 +189,17 @@ StepOutcome SessionSteps::quitApplication(const QString& application)
         }
     }
     return {2, u"no application %1 is running"_s.arg(application)};
+}
+
+// Other applications that hold the combination hear the press too.
+void SessionSteps::pressShortcut()
+{
+    if (const std::optional<SystemNote> note = tk::pressShortcut(m_context.platform).note()) {
+        QString line = m_printer.text(note->spanish);
+        for (const QString& argument : std::as_const(note->arguments))
+            line = line.arg(argument);
+        m_printer.print(line);
+    }
 }
 
 void SessionSteps::secondLaunch()

@@ -38,6 +38,7 @@ private:
     StepOutcome pointer(const QStringList& arguments);
     StepOutcome launch(const QString& application, const QString& name);
     StepOutcome quitApplication(const QString& application);
+    void pressShortcut();
     void secondLaunch();
     void set(const QString& field, const QString& value);
     StepOutcome savePicture(const QString& name);

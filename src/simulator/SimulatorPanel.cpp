@@ -276,7 +276,10 @@ QWidget* SimulatorPanel::buildSystem()
 
 void SimulatorPanel::pressShortcut()
 {
-    if (!tk::pressShortcut(m_platform))
+    const ShortcutPress press = tk::pressShortcut(m_platform);
+    if (const std::optional<SystemNote> note = press.note())
+        showMessage(note->spanish, note->arguments);
+    else if (!press.handled)
         showMessage(u"No hay ningún atajo registrado: la pulsación no llega a Tuckaway."_s);
 }
 

@@ -67,6 +67,8 @@ const QHash<QString, QString>& english()
         {u"Reabrir Tuckaway"_s, u"Re-open Tuckaway"_s},
         {u"Abrir otra copia"_s, u"Start a second copy"_s},
         {u"No hay ningún atajo registrado: la pulsación no llega a Tuckaway."_s, u"No shortcut is registered: the press does not reach Tuckaway."_s},
+        {u"También ha respondido al atajo: %1."_s, u"Also answered the shortcut: %1."_s},
+        {u"La pulsación no llega a Tuckaway: %1 tiene el atajo en exclusiva."_s, u"The press does not reach Tuckaway: %1 holds the shortcut exclusively."_s},
         {u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha salido."_s, u"A second copy of Tuckaway brought the running one forward and quit."_s},
     };
     // clang-format on

@@ -14,6 +14,8 @@
 
 namespace tk {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The running copy's desktop and services, seen from another process.
@@ -40,15 +42,33 @@ qint32 unusedPid(const SimDesktop& desktop)
 
 } // namespace
 
-bool pressShortcut(SimPlatform& platform)
+std::optional<SystemNote> ShortcutPress::note() const
 {
+    if (others.isEmpty())
+        return std::nullopt;
+    const QString names = others.join(u", "_s);
+    if (exclusive)
+        return SystemNote{u"La pulsación no llega a Tuckaway: %1 tiene el atajo en exclusiva."_s,
+                          {names}};
+    return SystemNote{u"También ha respondido al atajo: %1."_s, {names}};
+}
+
+ShortcutPress pressShortcut(SimPlatform& platform)
+{
+    ShortcutPress press;
     SimHotKeyService* hotKeys = platform.simulatedHotKeys();
-    bool handled = false;
-    if (hotKeys) {
-        for (const SimHotKeyService::Registration& registration : hotKeys->registrations())
-            handled = hotKeys->press(registration.combination) || handled;
+    if (!hotKeys)
+        return press;
+    for (const SimHotKeyService::Registration& registration : hotKeys->registrations()) {
+        for (const SimHotKeyService::Holder& holder :
+             hotKeys->holdersReached(registration.combination)) {
+            press.others << holder.shortcut.holder.value_or(
+                u"takenShortcuts[%1]"_s.arg(holder.place));
+            press.exclusive = press.exclusive || holder.shortcut.exclusive;
+        }
+        press.handled = hotKeys->press(registration.combination) || press.handled;
     }
-    return handled;
+    return press;
 }
 
 bool launchSecondCopy(SimPlatform& platform)

@@ -53,6 +53,21 @@ void TestSimScenario::refusesBadContent_data()
         u"screens[0].frame.height: must be greater than 0"_s);
     row("shortcut key", R"({"takenShortcuts": [{"key": "Q", "modifiers": "controlShift"}]})",
         u"takenShortcuts[0].key: must be one of M, B, Space"_s);
+    row("exclusive over a holder",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift"}, {"key": "M", )"
+        R"("modifiers": "controlShift"}, {"key": "B", "modifiers": "controlShift", "exclusive": true}]})",
+        u"takenShortcuts[2].exclusive: controlShift B is already held, and the system refuses an "
+        u"exclusive registration of a held combination"_s);
+    row("fractional status",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "registerStatus": -1.5}]})",
+        u"takenShortcuts[0].registerStatus: must be a whole number from -2147483648 to 2147483647"_s);
+    row("holder without a name",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "holder": 7}]})",
+        u"takenShortcuts[0].holder: must be a string or null"_s);
+    row("holder's long name",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "holder": ")" +
+            QByteArray(256, 'x') + R"("}]})",
+        u"takenShortcuts[0].holder: must be at most 255 characters"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",
         u"tuckaway.pid: 5 is already the pid of apps[0]"_s);
     row("repeated key, escaped", R"({"trusted": true, "tru\u0073ted": false})",
@@ -76,6 +91,11 @@ void TestSimScenario::refusesBadContent_data()
             "]}]}",
         u"apps[0].items[0]"_s + u".children[0]"_s.repeated(63) +
             u".children: nested deeper than 64 levels"_s);
+    row("65 taken shortcuts",
+        R"({"takenShortcuts": [)" +
+            QByteArray(R"({"key": "B", "modifiers": "controlShift"},)").repeated(64) +
+            R"({"key": "B", "modifiers": "controlShift"}]})",
+        u"takenShortcuts: must hold at most 64 shortcuts"_s);
     row("17 screens", R"({"screens": [)" + screen.repeated(16) + screen.chopped(1) + "]}",
         u"screens: must hold at most 16 screens"_s);
 }
@@ -125,7 +145,8 @@ void TestSimScenario::readsEveryPartOfTheFormat()
         "tuckaway": {"pid": 99, "place": 1},
         "framework": {"present": true, "answer": "exception", "exceptionName": "NSInvalidArgumentException",
                       "exceptionReason": "bad list", "delay": 0.5},
-        "takenShortcuts": [{"key": "Space", "modifiers": "controlOption"}],
+        "takenShortcuts": [{"key": "Space", "modifiers": "controlOption", "registerStatus": -9878},
+                           {"key": "M", "modifiers": "controlShift", "holder": "Clipjar", "exclusive": true}],
         "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted"},
         "apps": [{"pid": 5, "bundle": "com.example.a", "items": [
             {"title": null, "description": "D", "position": {"x": 3, "y": 4}}]}]
@@ -146,11 +167,17 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     QCOMPARE(item.description.string, u"D"_s);
     QCOMPARE(item.position, QPointF(3, 4));
 
-    // A platform on it: this process, and the shortcut another application holds.
+    QCOMPARE(s.takenShortcuts.at(1).holder, u"Clipjar"_s);
+    QVERIFY(s.takenShortcuts.at(1).exclusive);
+
+    // A platform on it: this process; the shortcuts other applications hold, one refused
+    // as the file says, one shared as a registration without options is.
     const auto platform = SimPlatform::forTests(std::move(result).value());
     QCOMPARE(platform->workspace().currentProcessId(), 99);
     QCOMPARE(platform->hotKeys().registerHotKey(49, 0x1800, GlobalHotKey::identifier).status,
              HotKeyService::hotKeyExists);
+    QCOMPARE(platform->hotKeys().registerHotKey(46, 0x1200, GlobalHotKey::identifier).status,
+             HotKeyService::noError);
 
     // Without "tuckaway", this process takes a pid no application has, even past the last.
     const auto highest = SimScenarioLoader::parse(

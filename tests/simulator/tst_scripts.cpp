@@ -84,16 +84,25 @@ void TestScripts::scriptsThroughTheProgram_data()
     QTest::addColumn<QString>("scenario");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("error");
+    QTest::addColumn<QStringList>("printed"); // lines the session prints, times left out
     const auto row = [](const char* name, const QString& file, int exitCode,
                         const QString& error = {}, const QString& scenario = u"bar.json"_s,
                         const QString& option = u"--script"_s) {
-        QTest::newRow(name) << file << option << scenario << exitCode << error;
+        QTest::newRow(name) << file << option << scenario << exitCode << error << QStringList();
+    };
+    // A script that plays to its end and prints what the simulated system did.
+    const auto shows = [](const char* name, const QString& file, const QString& scenario,
+                          const QStringList& printed) {
+        QTest::newRow(name) << file << u"--script"_s << scenario << 0 << QString() << printed;
     };
     row("collapse cycle", u"collapse.script"_s, 0);
     row("why each application stays or goes", u"reasons.script"_s, 0, {}, u"reasons.json"_s);
     row("pointer, buttons, time", u"interaction.script"_s, 0);
     row("the system around", u"system.script"_s, 0);
     row("settings", u"settings.script"_s, 0);
+    shows("a shortcut others hold", u"shortcut.script"_s, u"system.json"_s,
+          {u"También ha respondido al atajo: Clipjar, takenShortcuts[1]."_s,
+           u"Atajo: Atajo registrado. No se solicita monitorización de entrada."_s});
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,
@@ -118,6 +127,7 @@ void TestScripts::scriptsThroughTheProgram()
     QFETCH(QString, scenario);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
+    QFETCH(QStringList, printed);
     QTemporaryDir directory;
     const QString path = name.endsWith(u".script"_s) ? script(name) : directory.filePath(name);
     if (name == u"directory")
@@ -138,6 +148,11 @@ void TestScripts::scriptsThroughTheProgram()
                  path.left(path.lastIndexOf(u'/') + 1) + error);
     if (exitCode == 0)
         QCOMPARE(runProgram(arguments).out, run.out);
+    QStringList lines = QString::fromUtf8(run.out).split(u'\n');
+    for (QString& line : lines)
+        line = line.section(u"] "_s, 1);
+    for (const QString& line : std::as_const(printed))
+        QVERIFY2(lines.contains(line), qPrintable(line + u"\n\n"_s + run.out));
     QVERIFY(name != u"directory" || QFileInfo(path + u"/inside"_s).isDir());
 }
 

@@ -79,6 +79,7 @@ private Q_SLOTS:
     void menuOpensAtTheIcon_data();
     void menuOpensAtTheIcon();
     void panelChangesTheDesktop();
+    void builtInShortcutIsShared();
 };
 
 void TestSimulatorWindow::clickAndCommandDrag_data()
@@ -246,6 +247,27 @@ void TestSimulatorWindow::panelChangesTheDesktop()
     panel.launchSecondCopy();
     QCOMPARE(sim.shell.services.activatedApplications(), QList<qint32>{desktop.ownPid()});
     QCOMPARE(sim.shell.services.statusItemCount(), 1);
+}
+
+// The built-in desktop's taken combination: Tuckaway registers it all the same, and a press
+// reaches both it and the application that holds it.
+void TestSimulatorWindow::builtInShortcutIsShared()
+{
+    Simulator sim(SimScenarioLoader::builtIn());
+    sim.shell.changeRecord([](SettingsData& record) {
+        record.hotkey = HotKeySettings{true, u"B"_s, u"controlShift"_s, u"toggle"_s};
+    });
+    Shell::drain();
+    QCOMPARE(sim.shell.preferences().hotkeyStatus(),
+             u"Atajo registrado. No se solicita monitorización de entrada."_s);
+    sim.panel().pressShortcut();
+    sim.shell.settled();
+    sim.shell.pass(0.25);
+    QVERIFY(sim.hiding());
+    QCOMPARE(sim.panel().message(), u"También ha respondido al atajo: Clipjar."_s);
+    sim.shell.preferences().setLanguage(u"en"_s);
+    Shell::drain();
+    QCOMPARE(sim.panel().message(), u"Also answered the shortcut: Clipjar."_s);
 }
 
 QTEST_MAIN(TestSimulatorWindow)

@@ -73,9 +73,18 @@ struct SimScreen {
 };
 
 // A shortcut another application already holds, named as the settings record names it.
+// As on a Mac, a holder does not keep this application from registering the same
+// combination (hot keys registered without options are shared: every holder hears a press),
+// unless the scenario says what that registration answers.
 struct SimShortcut {
     QString key;       // "M", "B", "Space"
     QString modifiers; // "controlOptionCommand", "controlOption", "controlShift"
+    std::optional<QString> holder; // the holding application's name, when the file gives one
+    bool exclusive = false; // held exclusively: a press reaches the holder alone
+    // What this application's registration of the combination answers while it is held:
+    // 0, success, as the Mac answers a registration without options; any other status
+    // stands for a registration the system refuses.
+    qint32 registerStatus = 0;
 
     friend bool operator==(const SimShortcut&, const SimShortcut&) = default;
 };
@@ -105,7 +114,8 @@ struct SimScenario {
 //     "tuckaway": {"pid": 900, "place": 3},
 //     "framework": {"present": true, "answer": "success|error|exception|none",
 //                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
-//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
+//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand", "holder": "Name",
+//                         "exclusive": false, "registerStatus": 0}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
 //               "extrasMenuBar": true, "items": [element, ...]}] }
@@ -118,6 +128,7 @@ constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
 constexpr int maximumElements = 100000; // applications and their elements, all together
 constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
 constexpr int maximumScreens = 16;
+constexpr int maximumTakenShortcuts = 64;
 constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together
 
 // Fails with "<file>: <place>: <reason>", e.g.

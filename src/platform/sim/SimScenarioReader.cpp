@@ -274,15 +274,24 @@ QList<SimShortcut> SimScenarioReader::readShortcuts(const QJsonObject& root)
                                        u"controlShift"_s};
     QList<SimShortcut> result;
     const QJsonArray shortcuts = m_json.array(root, "takenShortcuts"_L1, QString());
+    if (shortcuts.size() > SimScenarioLoader::maximumTakenShortcuts)
+        m_json.fail(u"takenShortcuts"_s, u"must hold at most %1 shortcuts"_s.arg(
+                                             SimScenarioLoader::maximumTakenShortcuts));
     for (qsizetype i = 0; i < shortcuts.size() && m_json.ok(); ++i) {
         const QString place = SimJsonReader::indexed(u"takenShortcuts"_s, i);
         const auto object = m_json.object(shortcuts.at(i), place);
         if (!object)
             break;
-        m_json.expectKeys(*object, place, {"key"_L1, "modifiers"_L1});
-        result.append(
-            {m_json.choice(*object, "key"_L1, place, keys, keys.first()),
-             m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first())});
+        m_json.expectKeys(
+            *object, place,
+            {"key"_L1, "modifiers"_L1, "holder"_L1, "exclusive"_L1, "registerStatus"_L1});
+        SimShortcut shortcut;
+        shortcut.key = m_json.choice(*object, "key"_L1, place, keys, keys.first());
+        shortcut.modifiers =
+            m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first());
+        readHolding(*object, place, shortcut);
+        checkExclusive(result, shortcut, place);
+        result.append(shortcut);
     }
     return result;
 }

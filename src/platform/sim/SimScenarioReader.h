@@ -24,6 +24,9 @@ private:
     void readGeometry(const QJsonObject& object, const QString& place, SimElement& element);
     SimFrameworkBehaviour readFramework(const QJsonObject& root);
     QList<SimShortcut> readShortcuts(const QJsonObject& root);
+    void readHolding(const QJsonObject& object, const QString& place, SimShortcut& shortcut);
+    void checkExclusive(const QList<SimShortcut>& earlier, const SimShortcut& shortcut,
+                        const QString& place);
     SimLoginItems::Behaviour readLoginItem(const QJsonObject& root);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
     void checkUniquePids(const SimScenario& scenario);
