@@ -83,7 +83,7 @@ StepOutcome SessionSteps::actOnDesktop(const ScriptStep& step)
         desktop.setFrameworkBehaviour(SimulatorPanel::behaviourFor(
             SimulatorPanel::frameworkModeNamed(first), desktop.frameworkBehaviour()));
     else if (command == u"screens")
-        first == u"sleep" ? services.sleepScreens() : services.changeScreenParameters();
+        return changeScreens(step.arguments);
     else if (command == u"reopen")
         services.reopen();
     else if (command == u"second-launch")
@@ -112,6 +112,32 @@ void SessionSteps::actOnSettings(const ScriptStep& step)
     } else if (command == u"language") {
         m_context.app.preferences().setLanguage(first);
     }
+}
+
+// The system's screen events: sleep, a change of parameters that keeps the screens, or a
+// change to other screens (a list the scenario names, none, or the ones the step gives).
+StepOutcome SessionSteps::changeScreens(const QStringList& arguments)
+{
+    SimDesktopServices& services = m_context.platform.simulatedDesktopServices();
+    const QString& first = arguments.first();
+    if (arguments.size() == 1 && first == u"sleep") {
+        services.sleepScreens();
+        return {};
+    }
+    if (arguments.size() == 1 && first == u"change") {
+        services.changeScreenParameters();
+        return {};
+    }
+    std::optional<QList<SimScreen>> screens = namedScreens(m_context.platform.desktop(), first);
+    if (!screens && arguments.size() == 1 && !first.front().isDigit())
+        return {2, u"the scenario names no list of screens \"%1\""_s.arg(first)};
+    if (!screens)
+        screens = screensOf(std::get<QList<Rect>>(SessionScript::screenFrames(arguments)));
+    services.changeScreens(*screens);
+    const QString described = describedScreens(*screens);
+    m_printer.print(m_printer.text(u"Pantallas: %1"_s)
+                        .arg(described.isEmpty() ? m_printer.text(u"ninguna"_s) : described));
+    return {};
 }
 
 // As the status item delivers a mouse-up on its button; the pointer stays where it is.

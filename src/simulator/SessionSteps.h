@@ -35,6 +35,7 @@ private:
     void actOnSettings(const ScriptStep& step);
     StepOutcome clickIcon(int kind, bool option);
     StepOutcome chooseFromMenu(const QString& spanishTitle);
+    StepOutcome changeScreens(const QStringList& arguments);
     StepOutcome pointer(const QStringList& arguments);
     StepOutcome launch(const QString& application, const QString& name);
     StepOutcome quitApplication(const QString& application);

@@ -5,6 +5,7 @@
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
+#include "platform/sim/SimScenario.h"
 #include "platform/sim/SimStatusItem.h"
 #include "simulator/SimulatorTexts.h"
 #include "simulator/SystemActions.h"
@@ -45,7 +46,8 @@ const QStringList frameworkModeKeys{u"Presente: concede la ocultación"_s, u"Aus
 } // namespace
 
 SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget* parent)
-    : QWidget(parent), m_platform(platform), m_desktop(platform.desktop()), m_app(app)
+    : QWidget(parent), m_platform(platform), m_desktop(platform.desktop()),
+      m_firstScreens(m_desktop.screens()), m_app(app)
 {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -257,20 +259,29 @@ QWidget* SimulatorPanel::buildTuckaway()
     return m_tuckawayBox;
 }
 
+// The screens to change to stand left of the button that changes them: as the scenario
+// starts, each list it names, none.
 QWidget* SimulatorPanel::buildSystem()
 {
     m_systemBox = new QGroupBox(this);
     auto* layout = new QGridLayout(m_systemBox);
-    const QList<void (SimulatorPanel::*)()> actions{
-        &SimulatorPanel::pressShortcut, &SimulatorPanel::sleepScreens,
-        &SimulatorPanel::changeScreenParameters, &SimulatorPanel::reopen,
-        &SimulatorPanel::launchSecondCopy};
+    m_screens = new QComboBox(m_systemBox);
+    m_screens->addItem(QString(), QString());
+    for (const SimScreenSet& set : m_desktop.screenSets())
+        m_screens->addItem(set.name, set.name);
+    m_screens->addItem(QString(), u"none"_s);
+    const QList<std::function<void()>> actions{
+        [this] { pressShortcut(); }, [this] { sleepScreens(); },
+        [this] { changeScreens(m_screens->currentData().toString()); }, [this] { reopen(); },
+        [this] { launchSecondCopy(); }};
     for (qsizetype i = 0; i < actions.size(); ++i) {
         auto* button = new QPushButton(m_systemBox);
-        layout->addWidget(button, int(i / 2), int(i % 2));
+        const int place = int(i < 2 ? i : i + 1); // the screens' list takes the third place
+        layout->addWidget(button, place / 2, place % 2);
         connect(button, &QPushButton::clicked, this, actions.at(i));
         m_systemButtons << button;
     }
+    layout->addWidget(m_screens, 1, 0);
     return m_systemBox;
 }
 
@@ -288,9 +299,18 @@ void SimulatorPanel::sleepScreens()
     m_platform.simulatedDesktopServices().sleepScreens();
 }
 
-void SimulatorPanel::changeScreenParameters()
+void SimulatorPanel::changeScreens(const QString& name)
 {
-    m_platform.simulatedDesktopServices().changeScreenParameters();
+    const QList<SimScreen> screens =
+        name.isEmpty() ? m_firstScreens
+                       : namedScreens(m_desktop, name).value_or(m_desktop.screens());
+    m_platform.simulatedDesktopServices().changeScreens(screens);
+    m_screens->setCurrentIndex(qMax(0, m_screens->findData(name)));
+    if (screens.isEmpty())
+        showMessage(u"Ninguna pantalla: la barra de menús, y con ella el icono de Tuckaway, no "
+                    "está en ninguna parte hasta que vuelva una."_s);
+    else
+        showMessage(u"Pantallas: %1"_s, {describedScreens(screens)});
 }
 
 void SimulatorPanel::reopen()
@@ -362,6 +382,8 @@ void SimulatorPanel::retranslate()
     m_bringBack->setText(text(u"Poner su icono en el extremo derecho"_s));
     m_bringBack->setEnabled(m_iconOffScreen);
     m_systemBox->setTitle(text(u"Sistema"_s));
+    m_screens->setItemText(0, text(u"Como al empezar"_s));
+    m_screens->setItemText(m_screens->count() - 1, text(u"Ninguna pantalla"_s));
     const QStringList systemKeys{u"Pulsar el atajo"_s, u"Dormir las pantallas"_s,
                                  u"Cambiar las pantallas"_s, u"Reabrir Tuckaway"_s,
                                  u"Abrir otra copia"_s};

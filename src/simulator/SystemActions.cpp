@@ -71,6 +71,39 @@ ShortcutPress pressShortcut(SimPlatform& platform)
     return press;
 }
 
+std::optional<QList<SimScreen>> namedScreens(const SimDesktop& desktop, const QString& name)
+{
+    if (name == u"none")
+        return QList<SimScreen>();
+    for (const SimScreenSet& set : desktop.screenSets()) {
+        if (set.name == name)
+            return set.screens;
+    }
+    return std::nullopt;
+}
+
+QList<SimScreen> screensOf(const QList<Rect>& frames)
+{
+    QList<SimScreen> screens;
+    for (const Rect& frame : frames) {
+        Rect visible = frame;
+        visible.height = qMax(0.0, frame.height - SimDesktop::menuBarHeight);
+        screens.append({frame, visible});
+    }
+    return screens;
+}
+
+QString describedScreens(const QList<SimScreen>& screens)
+{
+    QStringList described;
+    for (const SimScreen& screen : screens) {
+        const Rect& frame = screen.frame;
+        described << shortestNumber(frame.width) + u" × "_s + shortestNumber(frame.height) +
+                         u" @ "_s + shortestNumber(frame.x) + u',' + shortestNumber(frame.y);
+    }
+    return described.join(u" · "_s);
+}
+
 bool launchSecondCopy(SimPlatform& platform)
 {
     SecondCopyPlatform copy(platform, unusedPid(platform.desktop()));

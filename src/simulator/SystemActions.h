@@ -1,12 +1,16 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <optional>
 
 namespace tk {
 
+class SimDesktop;
 class SimPlatform;
+struct Rect;
+struct SimScreen;
 
 // What a person or the system does that the simulated desktop has no control of its own
 // for; shared by the simulator window's panel and scripted sessions.
@@ -32,6 +36,14 @@ struct ShortcutPress {
 
 // Presses the global shortcut as registered; nothing happens when none is.
 ShortcutPress pressShortcut(SimPlatform& platform);
+
+// The screens of the list the scenario names, no screen for "none"; nothing for a name the
+// scenario does not give.
+std::optional<QList<SimScreen>> namedScreens(const SimDesktop& desktop, const QString& name);
+// Screens with these frames, each with its menu bar at the top.
+QList<SimScreen> screensOf(const QList<Rect>& frames);
+// "1512 × 982 @ 0,0 · 1920 × 1080 @ 1512,-98", the primary first; empty for no screen.
+QString describedScreens(const QList<SimScreen>& screens);
 
 // Starts a second copy of Tuckaway while this one runs: another process on the same
 // simulated desktop, whose launch finds this copy, brings it forward and quits, as a second

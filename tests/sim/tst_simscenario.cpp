@@ -53,6 +53,16 @@ void TestSimScenario::refusesBadContent_data()
         u"screens[0].frame.height: must be greater than 0"_s);
     row("shortcut key", R"({"takenShortcuts": [{"key": "Q", "modifiers": "controlShift"}]})",
         u"takenShortcuts[0].key: must be one of M, B, Space"_s);
+    row("screen list kept for the system", R"({"screenSets": {"none": []}})",
+        u"screenSets.none: is a name kept for the system's own screen events"_s);
+    row("screen list's name", R"({"screenSets": {"Docked 2": []}})",
+        u"screenSets.Docked 2: a name is a lowercase letter and at most 31 more lowercase "
+        u"letters, digits or hyphens"_s);
+    row("screen list not a list", R"({"screenSets": {"docked": {}}})",
+        u"screenSets.docked: must be a list"_s);
+    row("flat screen in a list",
+        R"({"screenSets": {"docked": [{"frame": {"x": 0, "y": 0, "width": 0, "height": 9}}]}})",
+        u"screenSets.docked[0].frame.width: must be greater than 0"_s);
     row("exclusive over a holder",
         R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift"}, {"key": "M", )"
         R"("modifiers": "controlShift"}, {"key": "B", "modifiers": "controlShift", "exclusive": true}]})",
@@ -91,6 +101,14 @@ void TestSimScenario::refusesBadContent_data()
             "]}]}",
         u"apps[0].items[0]"_s + u".children[0]"_s.repeated(63) +
             u".children: nested deeper than 64 levels"_s);
+    row("17 lists of screens",
+        R"({"screenSets": {"a": [], "b": [], "c": [], "d": [], "e": [], "f": [], "g": [], )"
+        R"("h": [], "i": [], "j": [], "k": [], "l": [], "m": [], "n": [], "o": [], "p": [], )"
+        R"("q": []}})",
+        u"screenSets: must hold at most 16 lists of screens"_s);
+    row("17 screens in a list",
+        R"({"screenSets": {"wall": [)" + screen.repeated(16) + screen.chopped(1) + "]}}",
+        u"screenSets.wall: must hold at most 16 screens"_s);
     row("65 taken shortcuts",
         R"({"takenShortcuts": [)" +
             QByteArray(R"({"key": "B", "modifiers": "controlShift"},)").repeated(64) +
@@ -142,6 +160,8 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     const QByteArray json = R"json({
         "osVersion": "Version 26.1 (Build 26B50)", "trusted": false,
         "screens": [{"frame": {"x": 0, "y": 0, "width": 1000, "height": 700}}],
+        "screenSets": {"lid-closed": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 500}}],
+                       "blank": []},
         "tuckaway": {"pid": 99, "place": 1},
         "framework": {"present": true, "answer": "exception", "exceptionName": "NSInvalidArgumentException",
                       "exceptionReason": "bad list", "delay": 0.5},
@@ -157,6 +177,10 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     QCOMPARE(s.operatingSystemVersion, u"Version 26.1 (Build 26B50)"_s);
     QVERIFY(!s.trusted);
     QCOMPARE(s.screens.first().visibleFrame, (Rect{0, 0, 1000, 676}));
+    QCOMPARE(s.screenSets.size(), 2); // by name
+    QCOMPARE(s.screenSets.at(0).name, u"blank"_s);
+    QVERIFY(s.screenSets.at(0).screens.isEmpty());
+    QCOMPARE(s.screenSets.at(1).screens.first().visibleFrame, (Rect{0, 0, 800, 476}));
     QCOMPARE(s.framework.answer, SimFrameworkBehaviour::Answer::Exception);
     QCOMPARE(s.framework.exceptionReason, u"bad list"_s);
     QCOMPARE(s.framework.delaySeconds, 0.5);

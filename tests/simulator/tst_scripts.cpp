@@ -100,6 +100,12 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("pointer, buttons, time", u"interaction.script"_s, 0);
     row("the system around", u"system.script"_s, 0);
     row("settings", u"settings.script"_s, 0);
+    shows("screens changing", u"screens.script"_s, u"system.json"_s,
+          {u"Pantallas: 800 × 600 @ 0,0 · 1000 × 600 @ -1000,0"_s, u"Pantallas: ninguna"_s,
+           u"Aviso: Aún no se puede leer la posición del separador."_s,
+           u"Pantallas: 1200 × 800 @ 0,0 · 800 × 600 @ 1200,0"_s});
+    row("screens the desktop does not name", u"screens.script"_s, 2,
+        u"screens.script:6: the scenario names no list of screens \"external\""_s);
     shows("a shortcut others hold", u"shortcut.script"_s, u"system.json"_s,
           {u"También ha respondido al atajo: Clipjar, takenShortcuts[1]."_s,
            u"Atajo: Atajo registrado. No se solicita monitorización de entrada."_s});
@@ -231,6 +237,17 @@ void TestScripts::readerRefuses_data()
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
+    row("screens: nothing said", "screens", 1,
+        u"screens: takes sleep, change, none, the name of a list of screens or the screens"_s);
+    row("screens: a name in capitals", "click\nscreens Docked", 2,
+        u"screens: \"Docked\" is none of sleep, change, none, the name of a list of screens, "
+        u"WIDTHxHEIGHT or WIDTHxHEIGHT@X,Y"_s);
+    row("screens: a flat one", "screens 800x600 1000x0@800,0", 1,
+        u"screens: a screen's width and height must be above 0 and at most 16384"_s);
+    row("screens: far away", "screens 800x600@2000000,0", 1,
+        u"screens: X and Y must be numbers between -1000000 and 1000000"_s);
+    row("screens: seventeen", "screens" + QByteArray(" 9x9").repeated(17), 1,
+        u"screens: at most 16 screens"_s);
 }
 
 void TestScripts::readerRefuses()

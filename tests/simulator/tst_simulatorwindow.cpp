@@ -5,6 +5,7 @@
 #include "simulator/SimulatorWindow.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QMenu>
 
 using namespace tk;
@@ -80,6 +81,8 @@ private Q_SLOTS:
     void menuOpensAtTheIcon();
     void panelChangesTheDesktop();
     void builtInShortcutIsShared();
+    void panelChangesTheScreens();
+    void screenshots();
 };
 
 void TestSimulatorWindow::clickAndCommandDrag_data()
@@ -268,6 +271,61 @@ void TestSimulatorWindow::builtInShortcutIsShared()
     sim.shell.preferences().setLanguage(u"en"_s);
     Shell::drain();
     QCOMPARE(sim.panel().message(), u"Also answered the shortcut: Clipjar."_s);
+}
+
+// The panel's choice of screens: the bars drawn follow, and without a screen the picture says
+// so and nothing can be clicked or dropped.
+void TestSimulatorWindow::panelChangesTheScreens()
+{
+    Simulator sim(SimScenarioLoader::builtIn());
+    SimulatorPanel& panel = sim.panel();
+    const SimMenuBarScene& scene = sim.view().scene();
+    sim.click();
+    QVERIFY(sim.hiding());
+
+    panel.changeScreens(u"docked"_s);
+    sim.shell.settled();
+    QVERIFY(!sim.hiding());
+    QCOMPARE(scene.strips().size(), 2);
+    QCOMPARE(scene.strips().at(0).frame, (Rect{0, 0, 1920, 1080}));
+    QVERIFY(scene.ownItemRect()->intersects(scene.strips().at(0).bar));
+    QCOMPARE(panel.message(), u"Pantallas: 1920 × 1080 @ 0,0 · 1512 × 982 @ -1512,98"_s);
+
+    panel.changeScreens(u"none"_s);
+    sim.shell.settled();
+    QVERIFY(scene.strips().isEmpty() && !scene.ownItemRect());
+    QVERIFY(!scene.toScreenSpace(QPointF(30, 30)) && !scene.dropX(QPointF(30, 30)));
+    QVERIFY(!scene.render({}).isNull());
+    QVERIFY(panel.message().startsWith(u"Ninguna pantalla: "_s));
+    QTest::mouseClick(&sim.view(), Qt::LeftButton, {}, QPoint(30, 30)); // nowhere to click
+    QVERIFY(!sim.hiding());
+
+    panel.changeScreens(QString()); // as the scenario starts
+    sim.click();
+    QVERIFY(sim.hiding());
+    QCOMPARE(scene.strips().size(), 2);
+    QCOMPARE(scene.strips().at(0).frame, (Rect{0, 0, 1512, 982}));
+}
+
+// The window in both languages, the panel with every control, for a person to look at.
+void TestSimulatorWindow::screenshots()
+{
+    const QString folder =
+        qEnvironmentVariable("TUCKAWAY_ARTIFACTS", QDir::tempPath()) + u"/simulator"_s;
+    QVERIFY(QDir().mkpath(folder));
+    for (const QString& language : {u"es"_s, u"en"_s}) {
+        Simulator sim(SimScenarioLoader::builtIn());
+        sim.shell.preferences().setLanguage(language);
+        sim.window->resize(1500, 640);
+        sim.panel().changeScreens(u"docked"_s);
+        sim.shell.settled();
+        const QString docked = u"%1/window-%2-docked.png"_s.arg(folder, language);
+        QVERIFY2(sim.window->grab().save(docked), qPrintable(docked));
+        sim.panel().changeScreens(u"none"_s);
+        sim.shell.settled();
+        const QString none = u"%1/window-%2-no-screen.png"_s.arg(folder, language);
+        QVERIFY2(sim.window->grab().save(none), qPrintable(none));
+    }
 }
 
 QTEST_MAIN(TestSimulatorWindow)

@@ -71,6 +71,14 @@ const SimApplication* SimDesktop::application(qint32 pid) const
     return nullptr;
 }
 
+void SimDesktop::setScreens(QList<SimScreen> screens)
+{
+    m_scenario.screens = std::move(screens);
+    republish();
+    emit screensChanged();
+    emit menuBarChanged();
+}
+
 void SimDesktop::setTrusted(bool trusted)
 {
     m_trusted = trusted;
@@ -161,7 +169,9 @@ QList<SimDesktop::BarItem> SimDesktop::visibleMenuBarItems() const
 
 Rect SimDesktop::menuBarFrame() const
 {
-    const Rect primary = m_scenario.screens.value(0).frame;
+    if (m_scenario.screens.isEmpty())
+        return Rect{};
+    const Rect primary = m_scenario.screens.first().frame;
     return Rect{primary.x, 0.0, primary.width, menuBarHeight};
 }
 
@@ -188,6 +198,8 @@ void SimDesktop::setStatusItemPlace(int place)
 // just left of the item it lands beside stay left of it.
 void SimDesktop::moveStatusItem(double x)
 {
+    if (m_scenario.screens.isEmpty())
+        return;
     const Layout& current = m_layout;
     int place = 0;
     int fullIndex = 0;
@@ -226,7 +238,8 @@ Rect SimDesktop::toScreenSpace(const Rect& accessibilityRect) const
 }
 
 // Right to left from the primary screen's right edge: every application's items in launch
-// order, this process's item inserted after `m_place` of them. Hidden items leave no gap.
+// order, this process's item inserted after `m_place` of them. Hidden items leave no gap;
+// without a screen no item has a place.
 SimDesktop::Layout SimDesktop::computeLayout() const
 {
     struct Slot {
@@ -253,7 +266,7 @@ SimDesktop::Layout SimDesktop::computeLayout() const
     for (const Slot& slot : std::as_const(order)) {
         auto& frames = result.frames[slot.app->pid];
         frames.resize(slot.app->items.size());
-        if (!allows(*slot.app))
+        if (!allows(*slot.app) || m_scenario.screens.isEmpty())
             continue;
         const double width = slot.app->items.at(slot.index).width;
         right -= width;

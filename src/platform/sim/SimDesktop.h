@@ -54,6 +54,12 @@ public:
     ~SimDesktop() override;
 
     const QList<SimScreen>& screens() const { return m_scenario.screens; }
+    // The lists of screens the scenario names, which the desktop can change to.
+    const QList<SimScreenSet>& screenSets() const { return m_scenario.screenSets; }
+    // The system's screens change: a new list, perhaps with another primary screen (the
+    // first), perhaps empty for a moment. The bar, and the status item on it, follow the
+    // primary screen; without a screen nothing stands in a bar.
+    void setScreens(QList<SimScreen> screens);
     // Running applications in launch order; this application's own process included.
     QList<SimApplication> applications() const;
     const SimApplication* application(qint32 pid) const;
@@ -84,15 +90,16 @@ public:
     bool isApplicationVisible(qint32 pid) const;
     bool isItemVisible(qint32 pid, int index) const;
     QList<BarItem> visibleMenuBarItems() const;
-    // The menu bar of the primary screen, accessibility space.
+    // The menu bar of the primary screen, accessibility space; empty without a screen.
     Rect menuBarFrame() const;
 
     int statusItemPlace() const { return m_place; }
     // Clamped to the bar; remembered in the user defaults.
     void setStatusItemPlace(int place);
-    // Drops the status item at this accessibility x, as a ⌘-drag does.
+    // Drops the status item at this accessibility x, as a ⌘-drag does; nothing happens
+    // without a bar to drop it on.
     void moveStatusItem(double x);
-    // Accessibility space; nothing while an allow-list hides it.
+    // Accessibility space; nothing while an allow-list hides it or no screen shows a bar.
     std::optional<Rect> statusItemFrame() const;
 
     // Between screen space (bottom-left origin, y up) and accessibility space (top-left
@@ -104,6 +111,7 @@ public:
     std::shared_ptr<const SimWorldState> state() const { return std::atomic_load(&m_state); }
 
 signals:
+    void screensChanged();
     void menuBarChanged();
     void applicationLaunched(qint32 pid);
     void applicationTerminated(qint32 pid);

@@ -18,8 +18,6 @@ namespace tk {
 SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
     : DesktopServices(parent), m_desktop(desktop)
 {
-    for (const SimScreen& screen : m_desktop.screens())
-        m_screens.append({screen.frame, screen.visibleFrame});
     connect(&m_desktop, &SimDesktop::applicationLaunched, this,
             &DesktopServices::applicationLaunched);
     connect(&m_desktop, &SimDesktop::applicationTerminated, this,
@@ -38,7 +36,16 @@ void SimDesktopServices::activateApplication(qint32 pid)
 
 QList<ScreenInfo> SimDesktopServices::screens() const
 {
-    return m_screens;
+    QList<ScreenInfo> result;
+    for (const SimScreen& screen : m_desktop.screens())
+        result.append({screen.frame, screen.visibleFrame});
+    return result;
+}
+
+void SimDesktopServices::changeScreens(QList<SimScreen> screens)
+{
+    m_desktop.setScreens(std::move(screens));
+    Q_EMIT screenParametersChanged();
 }
 
 // The user works where windows appear.

@@ -70,6 +70,17 @@ struct SimApplication {
 struct SimScreen {
     Rect frame;
     Rect visibleFrame;
+
+    friend bool operator==(const SimScreen&, const SimScreen&) = default;
+};
+
+// Screens the desktop can change to, named in the scenario. The list may be empty: a Mac
+// briefly has no screen at all while its displays are reconfigured.
+struct SimScreenSet {
+    QString name;
+    QList<SimScreen> screens; // the first is the primary screen
+
+    friend bool operator==(const SimScreenSet&, const SimScreenSet&) = default;
 };
 
 // A shortcut another application already holds, named as the settings record names it.
@@ -93,6 +104,7 @@ struct SimShortcut {
 struct SimScenario {
     // The first is the primary screen; a laptop's built-in display unless a file says otherwise.
     QList<SimScreen> screens{SimScreen{Rect{0, 0, 1512, 982}, Rect{0, 0, 1512, 958}}};
+    QList<SimScreenSet> screenSets; // by name
     QList<SimApplication> applications; // in launch order, this application's process excluded
     bool trusted = true;
     SimFrameworkBehaviour framework;
@@ -111,6 +123,7 @@ struct SimScenario {
 // misspelling or a slip shows. Places, sizes and delays are bounded (`SimJsonReader::Range`).
 //   { "osVersion": "...", "trusted": true,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
+//     "screenSets": {"laptop": [screen, ...], "docked": [...]},
 //     "tuckaway": {"pid": 900, "place": 3},
 //     "framework": {"present": true, "answer": "success|error|exception|none",
 //                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
@@ -128,6 +141,11 @@ constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
 constexpr int maximumElements = 100000; // applications and their elements, all together
 constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
 constexpr int maximumScreens = 16;
+constexpr int maximumScreenSets = 16;
+// Names no screen set takes: "none" is always the empty list, and "sleep" and "change" are
+// the system's other screen events.
+inline const QStringList reservedScreenSetNames{QStringLiteral("none"), QStringLiteral("sleep"),
+                                                QStringLiteral("change")};
 constexpr int maximumTakenShortcuts = 64;
 constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together
 

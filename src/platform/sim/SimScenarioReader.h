@@ -23,6 +23,8 @@ private:
     SimElement readElement(const QJsonValue& value, const QString& place, int depth);
     void readGeometry(const QJsonObject& object, const QString& place, SimElement& element);
     SimFrameworkBehaviour readFramework(const QJsonObject& root);
+    QList<SimScreenSet> readScreenSets(const QJsonObject& root);
+    QList<SimScreen> readScreenList(const QJsonArray& screens, const QString& place);
     QList<SimShortcut> readShortcuts(const QJsonObject& root);
     void readHolding(const QJsonObject& object, const QString& place, SimShortcut& shortcut);
     void checkExclusive(const QList<SimShortcut>& earlier, const SimShortcut& shortcut,

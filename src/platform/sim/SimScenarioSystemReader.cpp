@@ -1,7 +1,8 @@
-// The parts of a scenario file that say how the system's services around Tuckaway answer:
-// shortcuts other applications hold.
+// The parts of a scenario file that say how the system around Tuckaway behaves: the screens
+// it can change to, the shortcuts other applications hold.
 #include "SimScenarioReader.h"
 
+#include <QRegularExpression>
 #include <limits>
 
 namespace tk {
@@ -13,6 +14,45 @@ namespace {
 constexpr qsizetype longestHolderName = 255; // characters
 
 } // namespace
+
+// Each by a name a script can give as one word; the empty list stands for a moment without
+// screens.
+QList<SimScreenSet> SimScenarioReader::readScreenSets(const QJsonObject& root)
+{
+    static const QRegularExpression name(u"^[a-z][a-z0-9-]{0,31}$"_s);
+    QList<SimScreenSet> sets;
+    if (!root.contains("screenSets"_L1))
+        return sets;
+    const auto object = m_json.object(root.value("screenSets"_L1), u"screenSets"_s);
+    if (!object)
+        return sets;
+    if (object->size() > SimScenarioLoader::maximumScreenSets)
+        m_json.fail(u"screenSets"_s, u"must hold at most %1 lists of screens"_s.arg(
+                                         SimScenarioLoader::maximumScreenSets));
+    for (auto it = object->begin(); it != object->end() && m_json.ok(); ++it) {
+        const QString place = SimJsonReader::member(u"screenSets"_s, it.key());
+        if (!name.match(it.key()).hasMatch())
+            m_json.fail(place, u"a name is a lowercase letter and at most 31 more lowercase "
+                               "letters, digits or hyphens"_s);
+        else if (SimScenarioLoader::reservedScreenSetNames.contains(it.key()))
+            m_json.fail(place, u"is a name kept for the system's own screen events"_s);
+        if (!it->isArray())
+            m_json.fail(place, u"must be a list"_s);
+        sets.append({it.key(), readScreenList(it->toArray(), place)});
+    }
+    return sets;
+}
+
+QList<SimScreen> SimScenarioReader::readScreenList(const QJsonArray& screens, const QString& place)
+{
+    if (screens.size() > SimScenarioLoader::maximumScreens)
+        m_json.fail(place,
+                    u"must hold at most %1 screens"_s.arg(SimScenarioLoader::maximumScreens));
+    QList<SimScreen> result;
+    for (qsizetype i = 0; i < screens.size() && m_json.ok(); ++i)
+        result.append(readScreen(screens.at(i), SimJsonReader::indexed(place, i)));
+    return result;
+}
 
 void SimScenarioReader::readHolding(const QJsonObject& object, const QString& place,
                                     SimShortcut& shortcut)
