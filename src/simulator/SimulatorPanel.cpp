@@ -3,16 +3,12 @@
 #include "app/AppDelegate.h"
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
-#include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
-#include "platform/sim/SimScenario.h"
 #include "platform/sim/SimStatusItem.h"
 #include "simulator/SimulatorTexts.h"
-#include "simulator/SystemActions.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -259,72 +255,6 @@ QWidget* SimulatorPanel::buildTuckaway()
     return m_tuckawayBox;
 }
 
-// The screens to change to stand left of the button that changes them: as the scenario
-// starts, each list it names, none.
-QWidget* SimulatorPanel::buildSystem()
-{
-    m_systemBox = new QGroupBox(this);
-    auto* layout = new QGridLayout(m_systemBox);
-    m_screens = new QComboBox(m_systemBox);
-    m_screens->addItem(QString(), QString());
-    for (const SimScreenSet& set : m_desktop.screenSets())
-        m_screens->addItem(set.name, set.name);
-    m_screens->addItem(QString(), u"none"_s);
-    const QList<std::function<void()>> actions{
-        [this] { pressShortcut(); }, [this] { sleepScreens(); },
-        [this] { changeScreens(m_screens->currentData().toString()); }, [this] { reopen(); },
-        [this] { launchSecondCopy(); }};
-    for (qsizetype i = 0; i < actions.size(); ++i) {
-        auto* button = new QPushButton(m_systemBox);
-        const int place = int(i < 2 ? i : i + 1); // the screens' list takes the third place
-        layout->addWidget(button, place / 2, place % 2);
-        connect(button, &QPushButton::clicked, this, actions.at(i));
-        m_systemButtons << button;
-    }
-    layout->addWidget(m_screens, 1, 0);
-    return m_systemBox;
-}
-
-void SimulatorPanel::pressShortcut()
-{
-    const ShortcutPress press = tk::pressShortcut(m_platform);
-    if (const std::optional<SystemNote> note = press.note())
-        showMessage(note->spanish, note->arguments);
-    else if (!press.handled)
-        showMessage(u"No hay ningún atajo registrado: la pulsación no llega a Tuckaway."_s);
-}
-
-void SimulatorPanel::sleepScreens()
-{
-    m_platform.simulatedDesktopServices().sleepScreens();
-}
-
-void SimulatorPanel::changeScreens(const QString& name)
-{
-    const QList<SimScreen> screens =
-        name.isEmpty() ? m_firstScreens
-                       : namedScreens(m_desktop, name).value_or(m_desktop.screens());
-    m_platform.simulatedDesktopServices().changeScreens(screens);
-    m_screens->setCurrentIndex(qMax(0, m_screens->findData(name)));
-    if (screens.isEmpty())
-        showMessage(u"Ninguna pantalla: la barra de menús, y con ella el icono de Tuckaway, no "
-                    "está en ninguna parte hasta que vuelva una."_s);
-    else
-        showMessage(u"Pantallas: %1"_s, {describedScreens(screens)});
-}
-
-void SimulatorPanel::reopen()
-{
-    m_platform.simulatedDesktopServices().reopen();
-}
-
-void SimulatorPanel::launchSecondCopy()
-{
-    if (tk::launchSecondCopy(m_platform))
-        showMessage(u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha "
-                    "salido."_s);
-}
-
 void SimulatorPanel::refreshApplications()
 {
     const qint32 selected = m_applications->currentItem()
@@ -381,14 +311,7 @@ void SimulatorPanel::retranslate()
                              "para el menú; Ctrl-arrastrar (⌘ en un Mac) para moverlo."_s));
     m_bringBack->setText(text(u"Poner su icono en el extremo derecho"_s));
     m_bringBack->setEnabled(m_iconOffScreen);
-    m_systemBox->setTitle(text(u"Sistema"_s));
-    m_screens->setItemText(0, text(u"Como al empezar"_s));
-    m_screens->setItemText(m_screens->count() - 1, text(u"Ninguna pantalla"_s));
-    const QStringList systemKeys{u"Pulsar el atajo"_s, u"Dormir las pantallas"_s,
-                                 u"Cambiar las pantallas"_s, u"Reabrir Tuckaway"_s,
-                                 u"Abrir otra copia"_s};
-    for (qsizetype i = 0; i < m_systemButtons.size(); ++i)
-        m_systemButtons.at(i)->setText(text(systemKeys.at(i)));
+    retranslateSystem();
 
     QString warning;
     if (m_offScreenItems > 0)

@@ -78,6 +78,7 @@ private:
     void refreshApplications();
     void refreshTrust();
     void refreshStatus();
+    void retranslateSystem();
     QString text(const QString& spanish) const;
     SimApplication launchable(int catalogueIndex) const;
 
