@@ -198,6 +198,8 @@ const QHash<QString, Check>& commands()
         {u"framework"_s, word({u"present"_s, u"absent"_s, u"error"_s, u"exception"_s, u"silent"_s},
                               u"the framework"_s)},
         {u"screens"_s, checkScreens},
+        {u"login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
+        {u"login-item"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
         {u"reopen"_s, none()},
         {u"second-launch"_s, none()},
         {u"drag"_s, exactly(1,
@@ -231,6 +233,8 @@ const QHash<QString, Check>& commands()
              return oneOf(a[1], BoundaryPolicy::reasonWords() + QStringList{u"none"_s},
                           u"the reason"_s);
          })},
+        {u"expect login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
+        {u"expect login-item"_s, word(SessionScript::loginItemStatusWords(), u"the status"_s)},
         {u"expect notice"_s, exactly(1)},
         {u"expect message"_s, exactly(1)},
         {u"expect tooltip"_s, exactly(1)},
@@ -322,6 +326,13 @@ std::variant<QList<Rect>, QString> SessionScript::screenFrames(const QStringList
         frames.append(Rect{*x, *y, *width, *height});
     }
     return frames;
+}
+
+const QStringList& SessionScript::loginItemStatusWords()
+{
+    static const QStringList words{u"enabled"_s, u"requires-approval"_s, u"not-registered"_s,
+                                   u"not-found"_s};
+    return words;
 }
 
 const QStringList& SessionScript::sectionNames()

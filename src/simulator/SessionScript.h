@@ -50,6 +50,10 @@ inline constexpr double longestScreenSide = 16384.0; // points
 // origin, or WIDTHxHEIGHT@X,Y (screen space, the first the primary); the reason otherwise.
 std::variant<QList<Rect>, QString> screenFrames(const QStringList& words);
 
+// The login item's statuses as a script names them, in the order of
+// `LoginItemService::Status`.
+const QStringList& loginItemStatusWords();
+
 // Settings sections by name, in the order of their indices.
 const QStringList& sectionNames();
 // A section by name or by index, as the reader accepts them.

@@ -5,6 +5,7 @@
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
+#include "platform/sim/SimLoginItems.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
 #include "simulator/SessionContext.h"
@@ -84,6 +85,8 @@ StepOutcome SessionSteps::actOnDesktop(const ScriptStep& step)
             SimulatorPanel::frameworkModeNamed(first), desktop.frameworkBehaviour()));
     else if (command == u"screens")
         return changeScreens(step.arguments);
+    else if (command == u"login-item")
+        return switchLoginItem(first == u"on");
     else if (command == u"reopen")
         services.reopen();
     else if (command == u"second-launch")
@@ -111,6 +114,8 @@ void SessionSteps::actOnSettings(const ScriptStep& step)
         set(first, step.arguments.value(1));
     } else if (command == u"language") {
         m_context.app.preferences().setLanguage(first);
+    } else if (command == u"login") {
+        m_context.app.preferences().setLogin(first == u"on");
     }
 }
 
@@ -137,6 +142,20 @@ StepOutcome SessionSteps::changeScreens(const QStringList& arguments)
     const QString described = describedScreens(*screens);
     m_printer.print(m_printer.text(u"Pantallas: %1"_s)
                         .arg(described.isEmpty() ? m_printer.text(u"ninguna"_s) : described));
+    return {};
+}
+
+// The person switches Tuckaway on or off in System Settings (General, Login Items).
+// Tuckaway reads the status when it registers or unregisters, and at launch, as on a Mac:
+// the session says what the system now has.
+StepOutcome SessionSteps::switchLoginItem(bool on)
+{
+    SimLoginItems* loginItems = m_context.platform.simulatedLoginItems();
+    if (!loginItems)
+        return {2, u"the login items are the host's own, not the simulated ones"_s};
+    on ? loginItems->approve() : loginItems->switchOff();
+    m_printer.print(m_printer.text(u"Inicio de sesión según el sistema: %1"_s)
+                        .arg(m_printer.text(loginItemStatusText(loginItems->status()))));
     return {};
 }
 

@@ -36,6 +36,7 @@ private:
     StepOutcome clickIcon(int kind, bool option);
     StepOutcome chooseFromMenu(const QString& spanishTitle);
     StepOutcome changeScreens(const QStringList& arguments);
+    StepOutcome switchLoginItem(bool on);
     StepOutcome pointer(const QStringList& arguments);
     StepOutcome launch(const QString& application, const QString& name);
     StepOutcome quitApplication(const QString& application);

@@ -82,6 +82,8 @@ SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget*
             &SimulatorPanel::refreshStatus);
     connect(&m_app.preferences(), &Preferences::languageChanged, this,
             &SimulatorPanel::retranslate);
+    connect(&m_app.preferences(), &Preferences::loginEnabledChanged, this,
+            &SimulatorPanel::refreshLoginItems);
     if (auto* item = dynamic_cast<SimStatusItem*>(m_app.statusItem()))
         connect(item, &SimStatusItem::appearanceChanged, this, &SimulatorPanel::refreshStatus);
     retranslate();
@@ -228,6 +230,7 @@ QWidget* SimulatorPanel::buildPermissions()
     m_framework->setCurrentIndex(int(modeOf(m_desktop.frameworkBehaviour())));
     framework->addWidget(m_framework);
     layout->addWidget(m_frameworkBox);
+    layout->addWidget(buildLoginItems());
     layout->addStretch(1);
 
     connect(m_trusted, &QCheckBox::toggled, this, &SimulatorPanel::setAccessibilityGranted);

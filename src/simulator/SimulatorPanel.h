@@ -22,7 +22,8 @@ class SimPlatform;
 
 // What a person may do to the simulated desktop around Tuckaway: launch and quit other
 // applications, grant or withdraw the Accessibility permission, make the visibility framework
-// absent, failing or silent; and what the system does around it: press the global shortcut,
+// absent, failing or silent, switch Tuckaway's login item on or off in System Settings; and
+// what the system does around it: press the global shortcut,
 // put the screens to sleep, change the screens (to a list the scenario names, or none),
 // re-open the application, start a second copy of it. It also shows what Tuckaway says (tooltip, status, notice) and
 // the simulator's own messages, all in the interface language.
@@ -60,6 +61,8 @@ public:
     void changeScreens(const QString& name);
     void reopen();
     void launchSecondCopy();
+    // The person switches Tuckaway on or off in System Settings (General, Login Items).
+    void setLoginItemSwitchedOn(bool on);
 
     // A Spanish text with %1… placeholders, shown translated until the next message.
     void showMessage(const QString& spanish, const QStringList& arguments = {});
@@ -75,10 +78,12 @@ private:
     QWidget* buildPermissions();
     QWidget* buildTuckaway();
     QWidget* buildSystem();
+    QWidget* buildLoginItems();
     void refreshApplications();
     void refreshTrust();
     void refreshStatus();
     void retranslateSystem();
+    void refreshLoginItems();
     QString text(const QString& spanish) const;
     SimApplication launchable(int catalogueIndex) const;
 
@@ -107,6 +112,9 @@ private:
     QPushButton* m_bringBack = nullptr;
     QGroupBox* m_systemBox = nullptr;
     QComboBox* m_screens = nullptr;
+    QGroupBox* m_loginItemsBox = nullptr;
+    QCheckBox* m_loginItemOn = nullptr;
+    QLabel* m_loginItemStatus = nullptr;
     QList<QPushButton*> m_systemButtons;
     QLabel* m_warning = nullptr;
     QLabel* m_messageLabel = nullptr;

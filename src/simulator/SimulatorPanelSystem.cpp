@@ -87,6 +87,43 @@ void SimulatorPanel::launchSecondCopy()
                     "salido."_s);
 }
 
+// Tuckaway's switch in System Settings, and the status the system gives its login item. The
+// settings window shows it when Tuckaway next reads it, as on a Mac. Off macOS a run that
+// is not a session uses the host's own autostart entry, which has no such switch.
+QWidget* SimulatorPanel::buildLoginItems()
+{
+    m_loginItemsBox = new QGroupBox(this);
+    auto* layout = new QVBoxLayout(m_loginItemsBox);
+    m_loginItemOn = new QCheckBox(m_loginItemsBox);
+    m_loginItemOn->setEnabled(m_platform.simulatedLoginItems() != nullptr);
+    layout->addWidget(m_loginItemOn);
+    m_loginItemStatus = new QLabel(m_loginItemsBox);
+    m_loginItemStatus->setWordWrap(true);
+    layout->addWidget(m_loginItemStatus);
+    connect(m_loginItemOn, &QCheckBox::toggled, this, &SimulatorPanel::setLoginItemSwitchedOn);
+    return m_loginItemsBox;
+}
+
+void SimulatorPanel::setLoginItemSwitchedOn(bool on)
+{
+    SimLoginItems* loginItems = m_platform.simulatedLoginItems();
+    if (!loginItems)
+        return;
+    on ? loginItems->approve() : loginItems->switchOff();
+    refreshLoginItems();
+}
+
+void SimulatorPanel::refreshLoginItems()
+{
+    const SimLoginItems* loginItems = m_platform.simulatedLoginItems();
+    const QSignalBlocker blocker(m_loginItemOn);
+    m_loginItemOn->setChecked(!loginItems || !loginItems->switchedOff());
+    m_loginItemStatus->setText(
+        loginItems ? text(u"Según el sistema: %1"_s)
+                         .arg(text(loginItemStatusText(m_platform.loginItems().status())))
+                   : text(u"Este escritorio usa el inicio automático real de este sistema."_s));
+}
+
 void SimulatorPanel::retranslateSystem()
 {
     m_systemBox->setTitle(text(u"Sistema"_s));
@@ -97,6 +134,9 @@ void SimulatorPanel::retranslateSystem()
                                  u"Abrir otra copia"_s};
     for (qsizetype i = 0; i < m_systemButtons.size(); ++i)
         m_systemButtons.at(i)->setText(text(systemKeys.at(i)));
+    m_loginItemsBox->setTitle(text(u"Ajustes del Sistema · Elementos de inicio"_s));
+    m_loginItemOn->setText(text(u"Tuckaway puede abrirse al iniciar sesión"_s));
+    refreshLoginItems();
 }
 
 } // namespace tk

@@ -104,6 +104,21 @@ QString describedScreens(const QList<SimScreen>& screens)
     return described.join(u" · "_s);
 }
 
+QString loginItemStatusText(LoginItemService::Status status)
+{
+    switch (status) {
+    case LoginItemService::Status::Enabled:
+        return u"activado"_s;
+    case LoginItemService::Status::RequiresApproval:
+        return u"requiere aprobación"_s;
+    case LoginItemService::Status::NotRegistered:
+        return u"no registrado"_s;
+    case LoginItemService::Status::NotFound:
+        break;
+    }
+    return u"no encontrado"_s;
+}
+
 bool launchSecondCopy(SimPlatform& platform)
 {
     SecondCopyPlatform copy(platform, unusedPid(platform.desktop()));

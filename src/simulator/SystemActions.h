@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/LoginItemService.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -44,6 +46,9 @@ std::optional<QList<SimScreen>> namedScreens(const SimDesktop& desktop, const QS
 QList<SimScreen> screensOf(const QList<Rect>& frames);
 // "1512 × 982 @ 0,0 · 1920 × 1080 @ 1512,-98", the primary first; empty for no screen.
 QString describedScreens(const QList<SimScreen>& screens);
+
+// The login item's status as the simulator says it, in Spanish.
+QString loginItemStatusText(LoginItemService::Status status);
 
 // Starts a second copy of Tuckaway while this one runs: another process on the same
 // simulated desktop, whose launch finds this copy, brings it forward and quits, as a second

@@ -78,6 +78,11 @@ void TestSimScenario::refusesBadContent_data()
         R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "holder": ")" +
             QByteArray(256, 'x') + R"("}]})",
         u"takenShortcuts[0].holder: must be at most 255 characters"_s);
+    row("login item status", R"({"loginItem": {"status": "approved"}})",
+        u"loginItem.status: must be one of notRegistered, requiresApproval, enabled"_s);
+    row("login item enabled though switched off",
+        R"({"loginItem": {"status": "enabled", "switchedOff": true}})",
+        u"loginItem.status: cannot be enabled while switched off in System Settings"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",
         u"tuckaway.pid: 5 is already the pid of apps[0]"_s);
     row("repeated key, escaped", R"({"trusted": true, "tru\u0073ted": false})",
@@ -167,7 +172,8 @@ void TestSimScenario::readsEveryPartOfTheFormat()
                       "exceptionReason": "bad list", "delay": 0.5},
         "takenShortcuts": [{"key": "Space", "modifiers": "controlOption", "registerStatus": -9878},
                            {"key": "M", "modifiers": "controlShift", "holder": "Clipjar", "exclusive": true}],
-        "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted"},
+        "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted",
+                      "status": "requiresApproval", "switchedOff": true},
         "apps": [{"pid": 5, "bundle": "com.example.a", "items": [
             {"title": null, "description": "D", "position": {"x": 3, "y": 4}}]}]
     })json";
@@ -186,6 +192,8 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     QCOMPARE(s.framework.delaySeconds, 0.5);
     QVERIFY(s.loginItem.requiresApproval);
     QCOMPARE(s.loginItem.registerFailure->description, u"Operation not permitted"_s);
+    QCOMPARE(s.loginItem.registration, LoginItemService::Status::RequiresApproval);
+    QVERIFY(s.loginItem.switchedOff);
     const SimElement& item = s.applications.first().items.first();
     QCOMPARE(item.title.kind, SimText::Kind::Absent);
     QCOMPARE(item.description.string, u"D"_s);

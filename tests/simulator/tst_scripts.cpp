@@ -104,6 +104,10 @@ void TestScripts::scriptsThroughTheProgram_data()
           {u"Pantallas: 800 × 600 @ 0,0 · 1000 × 600 @ -1000,0"_s, u"Pantallas: ninguna"_s,
            u"Aviso: Aún no se puede leer la posición del separador."_s,
            u"Pantallas: 1200 × 800 @ 0,0 · 800 × 600 @ 1200,0"_s});
+    shows("launch at login changed in System Settings", u"login.script"_s, u"system.json"_s,
+          {u"Inicio de sesión según el sistema: requiere aprobación"_s,
+           u"Aviso: Operation not permitted"_s,
+           u"Inicio de sesión según el sistema: activado"_s});
     row("screens the desktop does not name", u"screens.script"_s, 2,
         u"screens.script:6: the scenario names no list of screens \"external\""_s);
     shows("a shortcut others hold", u"shortcut.script"_s, u"system.json"_s,
@@ -237,6 +241,10 @@ void TestScripts::readerRefuses_data()
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
+    row("login item status", "expect login-item approved", 1,
+        u"expect login-item: the status must be enabled|requires-approval|not-registered|"
+        u"not-found, not \"approved\""_s);
+    row("login switch", "login yes", 1, u"login: the switch must be on|off, not \"yes\""_s);
     row("screens: nothing said", "screens", 1,
         u"screens: takes sleep, change, none, the name of a list of screens or the screens"_s);
     row("screens: a name in capitals", "click\nscreens Docked", 2,

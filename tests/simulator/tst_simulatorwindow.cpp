@@ -5,7 +5,9 @@
 #include "simulator/SimulatorWindow.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
+#include <QLabel>
 #include <QMenu>
 
 using namespace tk;
@@ -36,6 +38,13 @@ QStringList visibleNames(const SimDesktop& desktop)
     for (const SimDesktop::BarItem& item : desktop.visibleMenuBarItems())
         names << desktop.application(item.pid)->name.value_or(QString());
     return names;
+}
+
+bool shows(const QWidget& panel, const QString& text)
+{
+    const QList<QLabel*> labels = panel.findChildren<QLabel*>();
+    return std::any_of(labels.cbegin(), labels.cend(),
+                       [&](const QLabel* label) { return label->text() == text; });
 }
 
 // The application launched on a desktop, with the simulator window in front of it.
@@ -82,6 +91,7 @@ private Q_SLOTS:
     void panelChangesTheDesktop();
     void builtInShortcutIsShared();
     void panelChangesTheScreens();
+    void panelSwitchesTheLoginItem();
     void screenshots();
 };
 
@@ -307,6 +317,39 @@ void TestSimulatorWindow::panelChangesTheScreens()
     QCOMPARE(scene.strips().at(0).frame, (Rect{0, 0, 1512, 982}));
 }
 
+// The person switches Tuckaway on and off in System Settings from the panel; Tuckaway's own
+// switch shows what it read when it last registered, as on a Mac.
+void TestSimulatorWindow::panelSwitchesTheLoginItem()
+{
+    Simulator sim(SimScenarioLoader::builtIn()); // registration there waits for approval
+    SimulatorPanel& panel = sim.panel();
+    const LoginItemService& loginItems = sim.shell.platform->loginItems();
+    sim.shell.app->openSettings(std::nullopt);
+    sim.shell.pass(0.25);
+    auto* toggle = sim.shell.app->settingsWindow()->findChild<QCheckBox*>(u"loginToggle"_s);
+    QVERIFY(toggle);
+    toggle->click();
+    QCOMPARE(loginItems.status(), LoginItemService::Status::RequiresApproval);
+    QVERIFY(!toggle->isChecked());
+
+    panel.setLoginItemSwitchedOn(true); // approved
+    QCOMPARE(loginItems.status(), LoginItemService::Status::Enabled);
+    QVERIFY(!toggle->isChecked());
+    QVERIFY(shows(panel, u"Según el sistema: activado"_s));
+    toggle->click(); // reads what the system now has
+    QVERIFY(toggle->isChecked());
+
+    panel.setLoginItemSwitchedOn(false);
+    QCOMPARE(loginItems.status(), LoginItemService::Status::RequiresApproval);
+    QVERIFY(toggle->isChecked());
+    toggle->click(); // off: unregistered
+    toggle->click(); // on again: refused
+    QVERIFY(!toggle->isChecked());
+    QCOMPARE(sim.shell.preferences().notice(), u"Operation not permitted"_s);
+    QCOMPARE(loginItems.status(), LoginItemService::Status::RequiresApproval);
+    QVERIFY(shows(panel, u"Según el sistema: requiere aprobación"_s));
+}
+
 // The window in both languages, the panel with every control, for a person to look at.
 void TestSimulatorWindow::screenshots()
 {
@@ -322,6 +365,7 @@ void TestSimulatorWindow::screenshots()
         const QString docked = u"%1/window-%2-docked.png"_s.arg(folder, language);
         QVERIFY2(sim.window->grab().save(docked), qPrintable(docked));
         sim.panel().changeScreens(u"none"_s);
+        sim.panel().setLoginItemSwitchedOn(false);
         sim.shell.settled();
         const QString none = u"%1/window-%2-no-screen.png"_s.arg(folder, language);
         QVERIFY2(sim.window->grab().save(none), qPrintable(none));

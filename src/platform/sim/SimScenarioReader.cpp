@@ -307,9 +307,9 @@ SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& roo
     const auto object = m_json.object(root.value("loginItem"_L1), place);
     if (!object)
         return behaviour;
-    m_json.expectKeys(
-        *object, place,
-        {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1, "unregisterError"_L1});
+    m_json.expectKeys(*object, place,
+                      {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1,
+                       "unregisterError"_L1, "switchedOff"_L1, "status"_L1});
     behaviour.requiresApproval = m_json.boolean(*object, "requiresApproval"_L1, place, false);
     behaviour.appFound = m_json.boolean(*object, "appFound"_L1, place, true);
     const auto failure = [](const std::optional<QString>& description) -> std::optional<Error> {
@@ -320,6 +320,7 @@ SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& roo
     behaviour.registerFailure = failure(m_json.optionalString(*object, "registerError"_L1, place));
     behaviour.unregisterFailure =
         failure(m_json.optionalString(*object, "unregisterError"_L1, place));
+    readLoginSwitch(*object, place, behaviour);
     return behaviour;
 }
 

@@ -30,6 +30,8 @@ private:
     void checkExclusive(const QList<SimShortcut>& earlier, const SimShortcut& shortcut,
                         const QString& place);
     SimLoginItems::Behaviour readLoginItem(const QJsonObject& root);
+    void readLoginSwitch(const QJsonObject& object, const QString& place,
+                         SimLoginItems::Behaviour& behaviour);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
     void checkUniquePids(const SimScenario& scenario);
     bool countElement(const QString& place);

@@ -1,5 +1,6 @@
 // The parts of a scenario file that say how the system around Tuckaway behaves: the screens
-// it can change to, the shortcuts other applications hold.
+// it can change to, the shortcuts other applications hold, the login item as the person
+// left it in System Settings.
 #include "SimScenarioReader.h"
 
 #include <QRegularExpression>
@@ -85,6 +86,23 @@ void SimScenarioReader::checkExclusive(const QList<SimShortcut>& earlier,
             return;
         }
     }
+}
+
+// How the login item stands at launch, and whether the person switched Tuckaway off in
+// System Settings, which leaves nothing enabled.
+void SimScenarioReader::readLoginSwitch(const QJsonObject& object, const QString& place,
+                                        SimLoginItems::Behaviour& behaviour)
+{
+    using Status = LoginItemService::Status;
+    static const QStringList statuses{u"notRegistered"_s, u"requiresApproval"_s, u"enabled"_s};
+    behaviour.switchedOff = m_json.boolean(object, "switchedOff"_L1, place, false);
+    const QString status = m_json.choice(object, "status"_L1, place, statuses, statuses.first());
+    behaviour.registration = status == u"enabled"_s            ? Status::Enabled
+                             : status == u"requiresApproval"_s ? Status::RequiresApproval
+                                                               : Status::NotRegistered;
+    if (behaviour.switchedOff && behaviour.registration == Status::Enabled)
+        m_json.fail(SimJsonReader::member(place, u"status"_s),
+                    u"cannot be enabled while switched off in System Settings"_s);
 }
 
 } // namespace tk
