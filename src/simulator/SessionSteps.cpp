@@ -249,9 +249,7 @@ void SessionSteps::pressShortcut()
 
 void SessionSteps::secondLaunch()
 {
-    if (launchSecondCopy(m_context.platform))
-        m_printer.print(m_printer.text(u"Otra copia de Tuckaway ha traído al frente la que ya "
-                                       "estaba abierta y ha salido."_s));
+    m_printer.print(m_printer.text(launchSecondCopy(m_context.platform).spanish));
 }
 
 // As the settings view edits the record: one field through the store.

@@ -82,9 +82,8 @@ void SimulatorPanel::reopen()
 
 void SimulatorPanel::launchSecondCopy()
 {
-    if (tk::launchSecondCopy(m_platform))
-        showMessage(u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha "
-                    "salido."_s);
+    const SystemNote note = tk::launchSecondCopy(m_platform);
+    showMessage(note.spanish, note.arguments);
 }
 
 // Tuckaway's switch in System Settings, and the status the system gives its login item. The

@@ -84,6 +84,7 @@ const QHash<QString, QString>& english()
         {u"También ha respondido al atajo: %1."_s, u"Also answered the shortcut: %1."_s},
         {u"La pulsación no llega a Tuckaway: %1 tiene el atajo en exclusiva."_s, u"The press does not reach Tuckaway: %1 holds the shortcut exclusively."_s},
         {u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha salido."_s, u"A second copy of Tuckaway brought the running one forward and quit."_s},
+        {u"Otra copia de Tuckaway no ha encontrado esta, que no tiene identificador de bundle, y se ha abierto a su lado; el escritorio simulado la cierra enseguida."_s, u"A second copy of Tuckaway did not find this one, which has no bundle identifier, and started beside it; the simulated desktop ends it at once."_s},
     };
     // clang-format on
     return table;

@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimHotKeyService.h"
 #include "platform/sim/SimPlatform.h"
@@ -119,15 +120,27 @@ QString loginItemStatusText(LoginItemService::Status status)
     return u"no encontrado"_s;
 }
 
-bool launchSecondCopy(SimPlatform& platform)
+SystemNote launchSecondCopy(SimPlatform& platform)
 {
-    SecondCopyPlatform copy(platform, unusedPid(platform.desktop()));
-    QBuffer errors;
-    errors.open(QIODevice::WriteOnly);
-    AppDelegate second(copy, errors);
-    const QStringList arguments{QCoreApplication::applicationFilePath()};
-    return second.applicationDidFinishLaunching(CommandLine::parse(arguments)) ==
-           AppDelegate::LaunchOutcome::HandedOver;
+    bool handedOver = false;
+    {
+        SecondCopyPlatform copy(platform, unusedPid(platform.desktop()));
+        QBuffer errors;
+        errors.open(QIODevice::WriteOnly);
+        AppDelegate second(copy, errors);
+        const QStringList arguments{QCoreApplication::applicationFilePath()};
+        handedOver = second.applicationDidFinishLaunching(CommandLine::parse(arguments)) ==
+                     AppDelegate::LaunchOutcome::HandedOver;
+    }
+    // The second copy's end took its user defaults away from the texts; they are this one's.
+    L10n::setStandardDefaults(&platform.userDefaults());
+    if (handedOver)
+        return {u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha "
+                "salido."_s,
+                {}};
+    return {u"Otra copia de Tuckaway no ha encontrado esta, que no tiene identificador de "
+            "bundle, y se ha abierto a su lado; el escritorio simulado la cierra enseguida."_s,
+            {}};
 }
 
 } // namespace tk

@@ -51,8 +51,10 @@ QString describedScreens(const QList<SimScreen>& screens);
 QString loginItemStatusText(LoginItemService::Status status);
 
 // Starts a second copy of Tuckaway while this one runs: another process on the same
-// simulated desktop, whose launch finds this copy, brings it forward and quits, as a second
-// launch does on a Mac. True when it handed over.
-bool launchSecondCopy(SimPlatform& platform);
+// simulated desktop, whose launch looks for a running copy by its bundle identifier, as a
+// second launch does on a Mac. When it finds this one it brings it forward and quits; a copy
+// outside a bundle has no identifier to be found by, so the second copy launches beside it,
+// and the simulator ends it at once. Answers what the panel and a session say of it.
+SystemNote launchSecondCopy(SimPlatform& platform);
 
 } // namespace tk

@@ -1,5 +1,6 @@
 #include "hotkey/GlobalHotKey.h"
 #include "inspection/Workspace.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
 
@@ -83,6 +84,10 @@ void TestSimScenario::refusesBadContent_data()
     row("login item enabled though switched off",
         R"({"loginItem": {"status": "enabled", "switchedOff": true}})",
         u"loginItem.status: cannot be enabled while switched off in System Settings"_s);
+    row("Tuckaway's bundle", R"({"tuckaway": {"bundle": 7}})",
+        u"tuckaway.bundle: must be a string or null"_s);
+    row("Tuckaway's long bundle", R"({"tuckaway": {"bundle": ")" + QByteArray(2049, 'a') + "\"}}",
+        u"tuckaway.bundle: must be at most 2048 characters"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",
         u"tuckaway.pid: 5 is already the pid of apps[0]"_s);
     row("repeated key, escaped", R"({"trusted": true, "tru\u0073ted": false})",
@@ -167,7 +172,7 @@ void TestSimScenario::readsEveryPartOfTheFormat()
         "screens": [{"frame": {"x": 0, "y": 0, "width": 1000, "height": 700}}],
         "screenSets": {"lid-closed": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 500}}],
                        "blank": []},
-        "tuckaway": {"pid": 99, "place": 1},
+        "tuckaway": {"pid": 99, "place": 1, "bundle": null},
         "framework": {"present": true, "answer": "exception", "exceptionName": "NSInvalidArgumentException",
                       "exceptionReason": "bad list", "delay": 0.5},
         "takenShortcuts": [{"key": "Space", "modifiers": "controlOption", "registerStatus": -9878},
@@ -206,6 +211,8 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     // as the file says, one shared as a registration without options is.
     const auto platform = SimPlatform::forTests(std::move(result).value());
     QCOMPARE(platform->workspace().currentProcessId(), 99);
+    QCOMPARE(platform->workspace().mainBundleIdentifier(), std::nullopt); // outside a bundle
+    QCOMPARE(platform->desktop().application(99)->bundleIdentifier, std::nullopt);
     QCOMPARE(platform->hotKeys().registerHotKey(49, 0x1800, GlobalHotKey::identifier).status,
              HotKeyService::hotKeyExists);
     QCOMPARE(platform->hotKeys().registerHotKey(46, 0x1200, GlobalHotKey::identifier).status,

@@ -108,6 +108,10 @@ void TestScripts::scriptsThroughTheProgram_data()
           {u"Inicio de sesión según el sistema: requiere aprobación"_s,
            u"Aviso: Operation not permitted"_s,
            u"Inicio de sesión según el sistema: activado"_s});
+    shows("outside an application bundle", u"unbundled.script"_s, u"unbundled.json"_s,
+          {u"Estado: Ejecuta el bundle de la aplicación."_s,
+           u"Otra copia de Tuckaway no ha encontrado esta, que no tiene identificador de "
+           u"bundle, y se ha abierto a su lado; el escritorio simulado la cierra enseguida."_s});
     row("screens the desktop does not name", u"screens.script"_s, 2,
         u"screens.script:6: the scenario names no list of screens \"external\""_s);
     shows("a shortcut others hold", u"shortcut.script"_s, u"system.json"_s,

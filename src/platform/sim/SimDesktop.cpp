@@ -47,7 +47,7 @@ void SimDesktop::addOwnApplication()
         m_scenario.ownPid = freshPid();
     SimApplication own;
     own.pid = m_scenario.ownPid;
-    own.bundleIdentifier = Identity::bundleIdentifier;
+    own.bundleIdentifier = m_scenario.ownBundleIdentifier;
     own.name = Identity::name;
     own.items = {item};
     m_running.append(std::make_shared<const SimApplication>(std::move(own)));

@@ -64,6 +64,11 @@ public:
     QList<SimApplication> applications() const;
     const SimApplication* application(qint32 pid) const;
     qint32 ownPid() const { return m_scenario.ownPid; }
+    // Nothing for a copy that runs outside an application bundle.
+    const std::optional<QString>& ownBundleIdentifier() const
+    {
+        return m_scenario.ownBundleIdentifier;
+    }
     QString operatingSystemVersion() const { return m_scenario.operatingSystemVersion; }
     const QList<SimShortcut>& takenShortcuts() const { return m_scenario.takenShortcuts; }
     const SimLoginItems::Behaviour& loginItemBehaviour() const { return m_scenario.loginItem; }

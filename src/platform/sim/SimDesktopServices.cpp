@@ -62,9 +62,19 @@ std::unique_ptr<StatusItem> SimDesktopServices::createStatusItem(double length,
 {
     auto item =
         std::make_unique<SimStatusItem>(m_desktop, length, autosaveName, m_statusItemsGetButtons);
-    m_statusItem = item.get();
+    m_statusItems.removeIf([](const QPointer<SimStatusItem>& gone) { return gone.isNull(); });
+    m_statusItems.append(item.get());
     ++m_statusItemCount;
     return item;
+}
+
+SimStatusItem* SimDesktopServices::statusItem() const
+{
+    for (auto it = m_statusItems.crbegin(); it != m_statusItems.crend(); ++it) {
+        if (*it)
+            return it->data();
+    }
+    return nullptr;
 }
 
 double SimDesktopServices::primaryTop() const
@@ -136,10 +146,10 @@ QImage SimDesktopServices::bundleIcon(int) const
     return {};
 }
 
-// What the build says, as the bundle's information would.
+// What the build says, as the bundle's information would; a copy outside a bundle has none.
 QString SimDesktopServices::bundleVersion() const
 {
-    return Identity::version;
+    return m_desktop.ownBundleIdentifier() ? Identity::version : QString();
 }
 
 } // namespace tk

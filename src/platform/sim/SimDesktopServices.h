@@ -60,8 +60,8 @@ public:
     const QList<qint32>& activatedApplications() const { return m_activated; }
     int selfActivationCount() const { return m_selfActivations; }
     int statusItemCount() const { return m_statusItemCount; }
-    // The last status item created, while it exists.
-    SimStatusItem* statusItem() const { return m_statusItem.data(); }
+    // The newest status item that still exists: a second copy's goes with it.
+    SimStatusItem* statusItem() const;
 
 private:
     // Qt's global coordinates have their origin at the primary screen's top-left, y down:
@@ -77,7 +77,7 @@ private:
     QList<qint32> m_activated;
     int m_selfActivations = 0;
     int m_statusItemCount = 0;
-    QPointer<SimStatusItem> m_statusItem;
+    QList<QPointer<SimStatusItem>> m_statusItems; // in the order they were created
 };
 
 } // namespace tk

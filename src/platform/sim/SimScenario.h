@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Identity.h"
 #include "core/Rect.h"
 #include "core/Result.h"
 #include "platform/sim/SimLoginItems.h"
@@ -90,8 +91,10 @@ struct SimScreenSet {
 struct SimShortcut {
     QString key;       // "M", "B", "Space"
     QString modifiers; // "controlOptionCommand", "controlOption", "controlShift"
-    std::optional<QString> holder; // the holding application's name, when the file gives one
-    bool exclusive = false; // held exclusively: a press reaches the holder alone
+    // The holding application's name, when the file gives one.
+    std::optional<QString> holder;
+    // Held exclusively: a press reaches the holder alone.
+    bool exclusive = false;
     // What this application's registration of the combination answers while it is held:
     // 0, success, as the Mac answers a registration without options; any other status
     // stands for a registration the system refuses.
@@ -104,14 +107,16 @@ struct SimShortcut {
 struct SimScenario {
     // The first is the primary screen; a laptop's built-in display unless a file says otherwise.
     QList<SimScreen> screens{SimScreen{Rect{0, 0, 1512, 982}, Rect{0, 0, 1512, 958}}};
-    QList<SimScreenSet> screenSets; // by name
     QList<SimApplication> applications; // in launch order, this application's process excluded
+    QList<SimScreenSet> screenSets;     // by name
     bool trusted = true;
     SimFrameworkBehaviour framework;
     QList<SimShortcut> takenShortcuts;
     SimLoginItems::Behaviour loginItem;
     QString operatingSystemVersion = QStringLiteral("Version 27.0 (Build 27A100)");
     qint32 ownPid = 1;
+    // This copy's main bundle identifier; nothing for a run outside an application bundle.
+    std::optional<QString> ownBundleIdentifier = Identity::bundleIdentifier;
     // Tuckaway's status item stands left of this many items of the bar (counted from the
     // right, hidden ones included) unless the user defaults remember another place.
     int statusItemPlace = 0;
@@ -124,7 +129,7 @@ struct SimScenario {
 //   { "osVersion": "...", "trusted": true,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
 //     "screenSets": {"laptop": [screen, ...], "docked": [...]},
-//     "tuckaway": {"pid": 900, "place": 3},
+//     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null},
 //     "framework": {"present": true, "answer": "success|error|exception|none",
 //                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
 //     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand", "holder": "Name",

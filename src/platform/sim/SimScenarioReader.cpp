@@ -346,7 +346,8 @@ void SimScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& sce
     const auto object = m_json.object(root.value("tuckaway"_L1), place);
     if (!object)
         return;
-    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1});
+    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1, "bundle"_L1});
+    readOwnBundle(*object, place, scenario);
     scenario.ownPid =
         qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(scenario.ownPid));
     scenario.statusItemPlace =

@@ -33,6 +33,7 @@ private:
     void readLoginSwitch(const QJsonObject& object, const QString& place,
                          SimLoginItems::Behaviour& behaviour);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
+    void readOwnBundle(const QJsonObject& object, const QString& place, SimScenario& scenario);
     void checkUniquePids(const SimScenario& scenario);
     bool countElement(const QString& place);
     void addToMenuBar(const SimElement& item, const QString& place);

@@ -1,6 +1,6 @@
 // The parts of a scenario file that say how the system around Tuckaway behaves: the screens
 // it can change to, the shortcuts other applications hold, the login item as the person
-// left it in System Settings.
+// left it in System Settings, and whether this copy runs from an application bundle.
 #include "SimScenarioReader.h"
 
 #include <QRegularExpression>
@@ -12,7 +12,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestHolderName = 255; // characters
+constexpr qsizetype longestHolderName = 255;        // characters
+constexpr qsizetype longestBundleIdentifier = 2048; // characters, as in the settings record
 
 } // namespace
 
@@ -103,6 +104,20 @@ void SimScenarioReader::readLoginSwitch(const QJsonObject& object, const QString
     if (behaviour.switchedOff && behaviour.registration == Status::Enabled)
         m_json.fail(SimJsonReader::member(place, u"status"_s),
                     u"cannot be enabled while switched off in System Settings"_s);
+}
+
+// Left out, this copy runs from its bundle and has the built-in identifier; null, it runs
+// outside any bundle and has none.
+void SimScenarioReader::readOwnBundle(const QJsonObject& object, const QString& place,
+                                      SimScenario& scenario)
+{
+    if (!object.contains("bundle"_L1))
+        return;
+    scenario.ownBundleIdentifier = m_json.optionalString(object, "bundle"_L1, place);
+    if (scenario.ownBundleIdentifier &&
+        scenario.ownBundleIdentifier->size() > longestBundleIdentifier)
+        m_json.fail(SimJsonReader::member(place, u"bundle"_s),
+                    u"must be at most %1 characters"_s.arg(longestBundleIdentifier));
 }
 
 } // namespace tk
