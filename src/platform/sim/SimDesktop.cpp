@@ -266,7 +266,9 @@ SimDesktop::Layout SimDesktop::computeLayout() const
     for (const Slot& slot : std::as_const(order)) {
         auto& frames = result.frames[slot.app->pid];
         frames.resize(slot.app->items.size());
-        if (!allows(*slot.app) || m_scenario.screens.isEmpty())
+        if (m_scenario.screens.isEmpty())
+            continue;
+        if (!allows(*slot.app))
             continue;
         const double width = slot.app->items.at(slot.index).width;
         right -= width;
