@@ -3,6 +3,7 @@
 #include "core/Identity.h"
 #include "app/StatusItemPlaceWait.h"
 #include "diagnostics/InterfaceReport.h"
+#include "inspection/Workspace.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -52,6 +53,8 @@ private Q_SLOTS:
     void exportReadsThePlaceOnceLaidOut_data();
     void exportReadsThePlaceOnceLaidOut();
     void settingsWindowAndReport();
+    void outsideABundle_data();
+    void outsideABundle();
 };
 
 void TestAppDelegate::launchSequence()
@@ -405,6 +408,41 @@ void TestAppDelegate::settingsWindowAndReport()
     shell.preferences().setLanguage(u"en"_s);
     shell.drain();
     QCOMPARE(window->windowTitle(), u"Tuckaway Settings"_s);
+}
+
+void TestAppDelegate::outsideABundle_data()
+{
+    QTest::addColumn<bool>("bundledCopyRuns");
+    QTest::newRow("alone") << false;
+    QTest::newRow("beside a bundled copy") << true;
+}
+
+// Run outside an application bundle, this copy has no bundle identifier: it looks for a
+// running copy by the built-in one, its scan leaves out every application without an
+// identifier as it leaves out its own, and the hiding asks for the bundle.
+void TestAppDelegate::outsideABundle()
+{
+    QFETCH(bool, bundledCopyRuns);
+    SimScenario scenario = bundledCopyRuns ? withAnotherCopy() : SimScenarioLoader::builtIn();
+    scenario.ownBundleIdentifier.reset();
+    Shell shell(std::move(scenario));
+    QCOMPARE(shell.platform->workspace().mainBundleIdentifier(), std::nullopt);
+    const auto outcome = shell.launch();
+    QCOMPARE(outcome, bundledCopyRuns ? AppDelegate::LaunchOutcome::HandedOver
+                                      : AppDelegate::LaunchOutcome::Running);
+    QCOMPARE(shell.services.activatedApplications(),
+             bundledCopyRuns ? QList<qint32>{7001} : QList<qint32>());
+    if (bundledCopyRuns)
+        return;
+    QVERIFY(shell.settled());
+    const QList<ExternalItem> items = shell.app->inspector().items();
+    QVERIFY(!items.isEmpty());
+    QVERIFY(std::all_of(items.cbegin(), items.cend(),
+                        [](const ExternalItem& item) { return item.bundleID.has_value(); }));
+    QVERIFY(!shell.collapsed());
+    QCOMPARE(shell.visibility().message(), u"Ejecuta el bundle de la aplicación."_s);
+    QVERIFY(!shell.desktop.allowList());
+    QCOMPARE(shell.services.bundleVersion(), QString());
 }
 
 QTEST_MAIN(TestAppDelegate)

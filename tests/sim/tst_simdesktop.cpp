@@ -3,6 +3,7 @@
 #include "core/UserDefaults.h"
 #include "inspection/Accessibility.h"
 #include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "sim/ScenarioFixture.h"
 
@@ -144,6 +145,8 @@ private Q_SLOTS:
     void requestsAnswerAsTheDesktopIsWhenTheyAreMade_data();
     void requestsAnswerAsTheDesktopIsWhenTheyAreMade();
     void readsOnAnotherThreadWhileTheBarChanges();
+    void barFollowsThePrimaryScreen_data();
+    void barFollowsThePrimaryScreen();
 };
 
 void TestSimDesktop::laysOutRightToLeftWithoutHiddenItems()
@@ -393,6 +396,54 @@ void TestSimDesktop::readsOnAnotherThreadWhileTheBarChanges()
         platform->desktop().setStatusItemPlace(i % 5);
     }
     reader.join();
+}
+
+void TestSimDesktop::barFollowsThePrimaryScreen_data()
+{
+    QTest::addColumn<QList<SimScreen>>("screens");
+    QTest::addColumn<std::optional<Rect>>("icon"); // accessibility space
+    QTest::addColumn<Rect>("iconOnScreen");        // screen space
+    const auto screen = [](double x, double y, double width, double height) {
+        return SimScreen{Rect{x, y, width, height}, Rect{x, y, width, height - 24}};
+    };
+    // Right edge 1400 - 8: 10.0 [1382, 1392], Tuckaway [1352, 1382].
+    QTest::newRow("a wider primary")
+        << QList{screen(0, 0, 1400, 900)} << std::optional(Rect{1352, 0, 30, 24})
+        << Rect{1352, 876, 30, 24};
+    // The primary is another screen, whose origin is the origin of both spaces.
+    QTest::newRow("another primary, the first one left of it")
+        << QList{screen(0, 0, 800, 500), screen(-1000, 100, 1000, 700)}
+        << std::optional(Rect{752, 0, 30, 24}) << Rect{752, 476, 30, 24};
+    QTest::newRow("no screen") << QList<SimScreen>() << std::optional<Rect>() << Rect();
+}
+
+// The bar lays out on the primary screen of the moment; without a screen no item stands
+// anywhere, their frames cannot be read and a drag has nowhere to drop.
+void TestSimDesktop::barFollowsThePrimaryScreen()
+{
+    QFETCH(QList<SimScreen>, screens);
+    QFETCH(std::optional<Rect>, icon);
+    QFETCH(Rect, iconOnScreen);
+    auto platform = SimPlatform::forTests(scenario(barScenario));
+    SimDesktop& desktop = platform->desktop();
+    SimDesktopServices& services = platform->simulatedDesktopServices();
+    QSignalSpy bar(&desktop, &SimDesktop::menuBarChanged);
+    QSignalSpy told(&services, &DesktopServices::screenParametersChanged);
+    services.changeScreens(screens);
+    QCOMPARE(bar.size(), 1);
+    QCOMPARE(told.size(), 1);
+    QCOMPARE(services.screens().size(), screens.size());
+    QCOMPARE(desktop.statusItemFrame(), icon);
+    QCOMPARE(desktop.visibleMenuBarItems().isEmpty(), screens.isEmpty());
+    if (icon)
+        QCOMPARE(desktop.toScreenSpace(*icon), iconOnScreen);
+    Accessibility& ax = platform->accessibility();
+    QCOMPARE(ax.attribute(extrasItem(ax, 10, 0), u"AXPosition"_s).error,
+             screens.isEmpty() ? AXResult::noValue : AXResult::success);
+    desktop.moveStatusItem(0);
+    QCOMPARE(desktop.statusItemPlace(), screens.isEmpty() ? 1 : 4);
+    QCOMPARE(desktop.toAccessibilitySpace(desktop.toScreenSpace(Rect{1, 2, 3, 4})),
+             (Rect{1, 2, 3, 4}));
 }
 
 QTEST_GUILESS_MAIN(TestSimDesktop)

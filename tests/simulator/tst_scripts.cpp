@@ -84,10 +84,16 @@ void TestScripts::scriptsThroughTheProgram_data()
     QTest::addColumn<QString>("scenario");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("error");
+    QTest::addColumn<QStringList>("printed"); // lines the session prints, times left out
     const auto row = [](const char* name, const QString& file, int exitCode,
                         const QString& error = {}, const QString& scenario = u"bar.json"_s,
                         const QString& option = u"--script"_s) {
-        QTest::newRow(name) << file << option << scenario << exitCode << error;
+        QTest::newRow(name) << file << option << scenario << exitCode << error << QStringList();
+    };
+    // A script that plays to its end and prints what the simulated system did.
+    const auto shows = [](const char* name, const QString& file, const QString& scenario,
+                          const QStringList& printed) {
+        QTest::newRow(name) << file << u"--script"_s << scenario << 0 << QString() << printed;
     };
     row("collapse cycle", u"collapse.script"_s, 0);
     row("why each application stays or goes", u"reasons.script"_s, 0, {}, u"reasons.json"_s);
@@ -97,6 +103,23 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("the bar remembers where each icon stood", u"remembered.script"_s, 0, {},
         u"remembered.json"_s);
     row("what a scan meets on its way", u"midscan.script"_s, 0);
+    shows("screens changing", u"screens.script"_s, u"system.json"_s,
+          {u"Pantallas: 800 × 600 @ 0,0 · 1000 × 600 @ -1000,0"_s, u"Pantallas: ninguna"_s,
+           u"Aviso: Aún no se puede leer la posición del separador."_s,
+           u"Pantallas: 1200 × 800 @ 0,0 · 800 × 600 @ 1200,0"_s});
+    shows("launch at login changed in System Settings", u"login.script"_s, u"system.json"_s,
+          {u"Inicio de sesión según el sistema: requiere aprobación"_s,
+           u"Aviso: Operation not permitted"_s,
+           u"Inicio de sesión según el sistema: activado"_s});
+    shows("outside an application bundle", u"unbundled.script"_s, u"unbundled.json"_s,
+          {u"Estado: Ejecuta el bundle de la aplicación."_s,
+           u"Otra copia de Tuckaway no ha encontrado esta, que no tiene identificador de "
+           u"bundle, y se ha abierto a su lado; el escritorio simulado la cierra enseguida."_s});
+    row("screens the desktop does not name", u"screens.script"_s, 2,
+        u"screens.script:6: the scenario names no list of screens \"external\""_s);
+    shows("a shortcut others hold", u"shortcut.script"_s, u"system.json"_s,
+          {u"También ha respondido al atajo: Clipjar, takenShortcuts[1]."_s,
+           u"Atajo: Atajo registrado. No se solicita monitorización de entrada."_s});
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,
@@ -123,6 +146,7 @@ void TestScripts::scriptsThroughTheProgram()
     QFETCH(QString, scenario);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
+    QFETCH(QStringList, printed);
     QTemporaryDir directory;
     const QString path = name.endsWith(u".script"_s) ? script(name) : directory.filePath(name);
     if (name == u"directory")
@@ -143,6 +167,11 @@ void TestScripts::scriptsThroughTheProgram()
                  path.left(path.lastIndexOf(u'/') + 1) + error);
     if (exitCode == 0)
         QCOMPARE(runProgram(arguments).out, run.out);
+    QStringList lines = QString::fromUtf8(run.out).split(u'\n');
+    for (QString& line : lines)
+        line = line.section(u"] "_s, 1);
+    for (const QString& line : std::as_const(printed))
+        QVERIFY2(lines.contains(line), qPrintable(line + u"\n\n"_s + run.out));
     QVERIFY(name != u"directory" || QFileInfo(path + u"/inside"_s).isDir());
 }
 
@@ -228,6 +257,21 @@ void TestScripts::readerRefuses_data()
     row("drag by a word", "drag left", 1, u"drag: X must be a number between -1e+06 and 1e+06"_s);
     row("permission at no application", "permission off at", 1,
         u"permission: takes on|off, or on|off at APP"_s);
+    row("login item status", "expect login-item approved", 1,
+        u"expect login-item: the status must be enabled|requires-approval|not-registered|"
+        u"not-found, not \"approved\""_s);
+    row("login switch", "login yes", 1, u"login: the switch must be on|off, not \"yes\""_s);
+    row("screens: nothing said", "screens", 1,
+        u"screens: takes sleep, change, none, the name of a list of screens or the screens"_s);
+    row("screens: a name in capitals", "click\nscreens Docked", 2,
+        u"screens: \"Docked\" is none of sleep, change, none, the name of a list of screens, "
+        u"WIDTHxHEIGHT or WIDTHxHEIGHT@X,Y"_s);
+    row("screens: a flat one", "screens 800x600 1000x0@800,0", 1,
+        u"screens: a screen's width and height must be above 0 and at most 16384"_s);
+    row("screens: far away", "screens 800x600@2000000,0", 1,
+        u"screens: X and Y must be numbers between -1000000 and 1000000"_s);
+    row("screens: seventeen", "screens" + QByteArray(" 9x9").repeated(17), 1,
+        u"screens: at most 16 screens"_s);
 }
 
 void TestScripts::readerRefuses()

@@ -80,7 +80,7 @@ void SimDesktop::addOwnApplication()
         m_scenario.ownPid = freshPid();
     SimApplication own;
     own.pid = m_scenario.ownPid;
-    own.bundleIdentifier = Identity::bundleIdentifier;
+    own.bundleIdentifier = m_scenario.ownBundleIdentifier;
     own.name = Identity::name;
     own.items = {item};
     start(std::make_shared<const SimApplication>(std::move(own)));
@@ -124,6 +124,14 @@ const SimApplication* SimDesktop::application(qint32 pid) const
             return app.get();
     }
     return nullptr;
+}
+
+void SimDesktop::setScreens(QList<SimScreen> screens)
+{
+    m_scenario.screens = std::move(screens);
+    republish();
+    emit screensChanged();
+    emit menuBarChanged();
 }
 
 void SimDesktop::setTrusted(bool trusted)
@@ -262,7 +270,9 @@ QList<SimDesktop::BarItem> SimDesktop::visibleMenuBarItems() const
 
 Rect SimDesktop::menuBarFrame() const
 {
-    const Rect primary = m_scenario.screens.value(0).frame;
+    if (m_scenario.screens.isEmpty())
+        return Rect{};
+    const Rect primary = m_scenario.screens.first().frame;
     return Rect{primary.x, 0.0, primary.width, menuBarHeight};
 }
 
@@ -325,6 +335,8 @@ void SimDesktop::rememberStatusItemPlace()
 // hidden items just left of the item it lands beside stay left of it.
 void SimDesktop::moveStatusItem(double x)
 {
+    if (m_scenario.screens.isEmpty())
+        return;
     const Layout& current = m_layout;
     const QHash<SimBarKey, QList<Slot>> running = runningSlots();
     std::optional<SimBarKey> neighbour;
@@ -376,7 +388,8 @@ QHash<SimBarKey, QList<SimDesktop::Slot>> SimDesktop::runningSlots() const
 }
 
 // Right to left from the primary screen's right edge, in the order the bar remembers: items
-// of applications not running leave no gap, nor do hidden items.
+// of applications not running leave no gap, nor do hidden items; without a screen no item
+// has a place.
 SimDesktop::Layout SimDesktop::computeLayout() const
 {
     const QHash<SimBarKey, QList<Slot>> running = runningSlots();
@@ -391,6 +404,8 @@ SimDesktop::Layout SimDesktop::computeLayout() const
     for (const Slot& slot : std::as_const(order)) {
         auto& frames = result.frames[slot.app->pid];
         frames.resize(slot.app->items.size());
+        if (m_scenario.screens.isEmpty())
+            continue;
         if (!allows(*slot.app))
             continue;
         const double width = slot.app->items.at(slot.index).width;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Identity.h"
 #include "core/Rect.h"
 #include "core/Result.h"
 #include "platform/sim/SimLoginItems.h"
@@ -92,12 +93,34 @@ inline size_t qHash(const SimBarKey& key, size_t seed = 0)
 struct SimScreen {
     Rect frame;
     Rect visibleFrame;
+
+    friend bool operator==(const SimScreen&, const SimScreen&) = default;
+};
+
+// Screens the desktop can change to, named in the scenario. The list may be empty: a Mac
+// briefly has no screen at all while its displays are reconfigured.
+struct SimScreenSet {
+    QString name;
+    QList<SimScreen> screens; // the first is the primary screen
+
+    friend bool operator==(const SimScreenSet&, const SimScreenSet&) = default;
 };
 
 // A shortcut another application already holds, named as the settings record names it.
+// As on a Mac, a holder does not keep this application from registering the same
+// combination (hot keys registered without options are shared: every holder hears a press),
+// unless the scenario says what that registration answers.
 struct SimShortcut {
     QString key;       // "M", "B", "Space"
     QString modifiers; // "controlOptionCommand", "controlOption", "controlShift"
+    // The holding application's name, when the file gives one.
+    std::optional<QString> holder;
+    // Held exclusively: a press reaches the holder alone.
+    bool exclusive = false;
+    // What this application's registration of the combination answers while it is held:
+    // 0, success, as the Mac answers a registration without options; any other status
+    // stands for a registration the system refuses.
+    qint32 registerStatus = 0;
 
     friend bool operator==(const SimShortcut&, const SimShortcut&) = default;
 };
@@ -107,12 +130,15 @@ struct SimScenario {
     // The first is the primary screen; a laptop's built-in display unless a file says otherwise.
     QList<SimScreen> screens{SimScreen{Rect{0, 0, 1512, 982}, Rect{0, 0, 1512, 958}}};
     QList<SimApplication> applications; // in launch order, this application's process excluded
+    QList<SimScreenSet> screenSets;     // by name
     bool trusted = true;
     SimFrameworkBehaviour framework;
     QList<SimShortcut> takenShortcuts;
     SimLoginItems::Behaviour loginItem;
     QString operatingSystemVersion = QStringLiteral("Version 27.0 (Build 27A100)");
     qint32 ownPid = 1;
+    // This copy's main bundle identifier; nothing for a run outside an application bundle.
+    std::optional<QString> ownBundleIdentifier = Identity::bundleIdentifier;
     // Tuckaway's status item stands left of this many items of the bar (counted from the
     // right, hidden ones included) unless the user defaults remember another place.
     int statusItemPlace = 0;
@@ -128,10 +154,12 @@ struct SimScenario {
 // misspelling or a slip shows. Places, sizes and delays are bounded (`SimJsonReader::Range`).
 //   { "osVersion": "...", "trusted": true,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
-//     "tuckaway": {"pid": 900, "place": 3},
+//     "screenSets": {"laptop": [screen, ...], "docked": [...]},
+//     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null},
 //     "framework": {"present": true, "answer": "success|error|exception|none",
 //                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
-//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
+//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand", "holder": "Name",
+//                         "exclusive": false, "registerStatus": 0}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
 //               "answersBeforeHanging": 40, "extrasMenuBar": true, "items": [element, ...]}],
@@ -146,6 +174,12 @@ constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
 constexpr int maximumElements = 100000; // applications, their elements, remembered places
 constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
 constexpr int maximumScreens = 16;
+constexpr int maximumScreenSets = 16;
+// Names no screen set takes: "none" is always the empty list, and "sleep" and "change" are
+// the system's other screen events.
+inline const QStringList reservedScreenSetNames{QStringLiteral("none"), QStringLiteral("sleep"),
+                                                QStringLiteral("change")};
+constexpr int maximumTakenShortcuts = 64;
 constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together
 
 // Fails with "<file>: <place>: <reason>", e.g.

@@ -57,12 +57,13 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
     m_json.expectKeys(root, QString(),
                       {"osVersion"_L1, "trusted"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
                        "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1,
-                       "remembered"_L1});
+                       "remembered"_L1, "screenSets"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
     scenario.trusted = m_json.boolean(root, "trusted"_L1, QString(), true);
     scenario.screens = readScreens(root, scenario.screens);
+    scenario.screenSets = readScreenSets(root);
     const QJsonArray apps = m_json.array(root, "apps"_L1, QString());
     for (qsizetype i = 0; i < apps.size() && m_json.ok(); ++i)
         scenario.applications.append(
@@ -278,15 +279,24 @@ QList<SimShortcut> SimScenarioReader::readShortcuts(const QJsonObject& root)
                                        u"controlShift"_s};
     QList<SimShortcut> result;
     const QJsonArray shortcuts = m_json.array(root, "takenShortcuts"_L1, QString());
+    if (shortcuts.size() > SimScenarioLoader::maximumTakenShortcuts)
+        m_json.fail(u"takenShortcuts"_s, u"must hold at most %1 shortcuts"_s.arg(
+                                             SimScenarioLoader::maximumTakenShortcuts));
     for (qsizetype i = 0; i < shortcuts.size() && m_json.ok(); ++i) {
         const QString place = SimJsonReader::indexed(u"takenShortcuts"_s, i);
         const auto object = m_json.object(shortcuts.at(i), place);
         if (!object)
             break;
-        m_json.expectKeys(*object, place, {"key"_L1, "modifiers"_L1});
-        result.append(
-            {m_json.choice(*object, "key"_L1, place, keys, keys.first()),
-             m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first())});
+        m_json.expectKeys(
+            *object, place,
+            {"key"_L1, "modifiers"_L1, "holder"_L1, "exclusive"_L1, "registerStatus"_L1});
+        SimShortcut shortcut;
+        shortcut.key = m_json.choice(*object, "key"_L1, place, keys, keys.first());
+        shortcut.modifiers =
+            m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first());
+        readHolding(*object, place, shortcut);
+        checkExclusive(result, shortcut, place);
+        result.append(shortcut);
     }
     return result;
 }
@@ -300,9 +310,9 @@ SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& roo
     const auto object = m_json.object(root.value("loginItem"_L1), place);
     if (!object)
         return behaviour;
-    m_json.expectKeys(
-        *object, place,
-        {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1, "unregisterError"_L1});
+    m_json.expectKeys(*object, place,
+                      {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1,
+                       "unregisterError"_L1, "switchedOff"_L1, "status"_L1});
     behaviour.requiresApproval = m_json.boolean(*object, "requiresApproval"_L1, place, false);
     behaviour.appFound = m_json.boolean(*object, "appFound"_L1, place, true);
     const auto failure = [](const std::optional<QString>& description) -> std::optional<Error> {
@@ -313,6 +323,7 @@ SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& roo
     behaviour.registerFailure = failure(m_json.optionalString(*object, "registerError"_L1, place));
     behaviour.unregisterFailure =
         failure(m_json.optionalString(*object, "unregisterError"_L1, place));
+    readLoginSwitch(*object, place, behaviour);
     return behaviour;
 }
 
@@ -338,7 +349,8 @@ void SimScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& sce
     const auto object = m_json.object(root.value("tuckaway"_L1), place);
     if (!object)
         return;
-    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1});
+    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1, "bundle"_L1});
+    readOwnBundle(*object, place, scenario);
     scenario.ownPid =
         qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(scenario.ownPid));
     scenario.statusItemPlace =
