@@ -82,6 +82,7 @@ public:
     const SimApplication* application(qint32 pid) const;
     qint32 ownPid() const { return m_scenario.ownPid; }
     QString operatingSystemVersion() const { return m_scenario.operatingSystemVersion; }
+    double requestCost() const { return m_scenario.requestCost; }
     const QList<SimShortcut>& takenShortcuts() const { return m_scenario.takenShortcuts; }
     const SimLoginItems::Behaviour& loginItemBehaviour() const { return m_scenario.loginItem; }
 
