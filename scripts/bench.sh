@@ -12,6 +12,9 @@ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTUCKAWAY_BENCHMARKS=ON
     -DBUILD_TESTING=OFF >/dev/null
 cmake --build "$build" --parallel "$jobs" --target bench_scanner bench_shell bench_startup tuckaway
 
+echo "== Round trips of one scan (simulated desktop, virtual time) =="
+"$build/bench/bench_scanner" --round-trips
+
 echo "== Time and allocations =="
 # The walk's time swings with what else the machine runs: five runs, and their median.
 "$build/bench/bench_scanner" --benchmark_min_time=0.2 --benchmark_repetitions=5 \

@@ -37,6 +37,18 @@ AXAttribute RecordingAccessibility::attribute(const AXElementRef& element, const
     return answer;
 }
 
+QList<AXAttribute> RecordingAccessibility::attributes(const AXElementRef& element,
+                                                      const QStringList& names)
+{
+    QList<AXAttribute> answers = m_inner.attributes(element, names);
+    const QMutexLocker lock(&m_mutex);
+    Answers& recorded = m_answers[element.get()];
+    for (qsizetype i = 0; i < names.size() && i < answers.size(); ++i)
+        recorded.attributes.insert(names.at(i), answers.at(i));
+    m_kept.append(element);
+    return answers;
+}
+
 std::optional<QStringList> RecordingAccessibility::actionNames(const AXElementRef& element)
 {
     std::optional<QStringList> answer = m_inner.actionNames(element);

@@ -29,6 +29,8 @@ public:
     AXElementRef applicationElement(qint32 pid) override;
     void setMessagingTimeout(const AXElementRef& element, double seconds) override;
     AXAttribute attribute(const AXElementRef& element, const QString& name) override;
+    // Passed on as one request, each answer kept as a single read's would be.
+    QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
     bool isProcessTrusted() override { return m_inner.isProcessTrusted(); }

@@ -2,6 +2,7 @@
 #include "core/Time.h"
 #include "core/UserDefaults.h"
 #include "inspection/Accessibility.h"
+#include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
@@ -141,6 +142,9 @@ private Q_SLOTS:
     void barRemembersWhereItemsStood();
     void requestsCostTheDelayOrTheTimeout_data();
     void requestsCostTheDelayOrTheTimeout();
+    void severalAttributesAreOneRoundTrip_data();
+    void severalAttributesAreOneRoundTrip();
+    void requestsAtOnceCostTheDesktopsCost();
     void itemsAnswerFromTheirTree();
     void requestsAnswerAsTheDesktopIsWhenTheyAreMade_data();
     void requestsAnswerAsTheDesktopIsWhenTheyAreMade();
@@ -284,6 +288,67 @@ void TestSimDesktop::requestsCostTheDelayOrTheTimeout()
     QCOMPARE(bar.error, error);
     QCOMPARE(bar.kind, error ? AXAttribute::Kind::Nothing : AXAttribute::Kind::Element);
     QCOMPARE(platform->time().now() - start, cost);
+}
+
+// Asked at once, an element's attributes each keep their own answer, as asked one by one;
+// the request is one round trip, counted at the application's cost, and one that is not
+// answered fails every attribute.
+void TestSimDesktop::severalAttributesAreOneRoundTrip_data()
+{
+    QTest::addColumn<qint32>("pid");
+    QTest::addColumn<double>("timeout"); // 0: not set, the system's default
+    QTest::addColumn<quint64>("answered");
+    QTest::addColumn<double>("cost");
+    QTest::newRow("answered") << 22 << 0.0 << quint64(1) << 0.05;
+    QTest::newRow("slow") << 20 << 0.0 << quint64(1) << 0.5;
+    QTest::newRow("slow, short timeout") << 20 << 0.08 << quint64(0) << 0.08;
+    QTest::newRow("stuck") << 21 << 0.0 << quint64(0) << 6.0;
+}
+
+void TestSimDesktop::severalAttributesAreOneRoundTrip()
+{
+    QFETCH(qint32, pid);
+    QFETCH(double, timeout);
+    QFETCH(quint64, answered);
+    QFETCH(double, cost);
+    auto platform = SimPlatform::forTests(scenario(accessibilityScenario));
+    SimAccessibility& ax = platform->simulatedAccessibility();
+    const AXElementRef app = ax.applicationElement(pid);
+    const QStringList names{u"AXRole"_s, u"AXTitle"_s, u"AXExtrasMenuBar"_s, u"AXSize"_s};
+    QList<AXAttribute> one;
+    for (const QString& name : names)
+        one << ax.attribute(app, name);
+    if (timeout > 0.0)
+        ax.setMessagingTimeout(app, timeout);
+    ax.resetRoundTrips();
+    const QList<AXAttribute> all = ax.attributes(app, names);
+    QCOMPARE(all.size(), names.size());
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        const qint32 expected = answered ? one[i].error : AXResult::cannotComplete;
+        QCOMPARE(all[i].error, expected);
+        QCOMPARE(all[i].kind, answered ? one[i].kind : AXAttribute::Kind::Nothing);
+    }
+    const SimAccessibility::RoundTrips trips = ax.roundTrips();
+    QCOMPARE(trips.requests, quint64(1));
+    QCOMPARE(trips.answered, answered);
+    QCOMPARE(trips.seconds, cost);
+}
+
+// At an application that answers at once, a request is counted at the desktop's cost per
+// request, and the virtual clock does not move.
+void TestSimDesktop::requestsAtOnceCostTheDesktopsCost()
+{
+    SimScenario answersAtOnce = scenario(accessibilityScenario);
+    answersAtOnce.requestCost = 0.003;
+    answersAtOnce.applications[2].responseDelay = 0.0;
+    auto platform = SimPlatform::forTests(std::move(answersAtOnce));
+    SimAccessibility& ax = platform->simulatedAccessibility();
+    const AXElementRef app = ax.applicationElement(22);
+    ax.attributes(app, {u"AXRole"_s, u"AXExtrasMenuBar"_s});
+    ax.attribute(app, u"AXTitle"_s);
+    QCOMPARE(ax.roundTrips().requests, quint64(2));
+    QCOMPARE(ax.roundTrips().seconds, 0.006);
+    QCOMPARE(platform->time().now(), 0.0);
 }
 
 // Odd items are read end to end from the built-in desktop in tst_desktopscan; here, where a

@@ -43,6 +43,12 @@ void TestSimScenario::refusesBadContent_data()
     row("fractional pid", R"({"apps": [{"pid": 1.5}]})",
         u"apps[0].pid: must be a whole number from 1 to 2147483647"_s);
     row("missing pid", R"({"apps": [{"name": "x"}]})", u"apps[0].pid: is required"_s);
+    row("negative request cost", R"({"requestCost": -0.001})",
+        u"requestCost: must not be negative"_s);
+    row("request cost past an hour", R"({"requestCost": 3601})",
+        u"requestCost: must be at most 3600"_s);
+    row("request cost as text", R"({"requestCost": "0.2ms"})",
+        u"requestCost: must be a number"_s);
     row("misspelt key", R"({"apps": [{"pid": 1, "items": [{"titel": "x"}]}]})",
         u"apps[0].items[0].titel: unknown key"_s);
     row("frame with position",

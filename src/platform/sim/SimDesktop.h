@@ -93,6 +93,7 @@ public:
         return m_scenario.ownBundleIdentifier;
     }
     QString operatingSystemVersion() const { return m_scenario.operatingSystemVersion; }
+    double requestCost() const { return m_scenario.requestCost; }
     const QList<SimShortcut>& takenShortcuts() const { return m_scenario.takenShortcuts; }
     const SimLoginItems::Behaviour& loginItemBehaviour() const { return m_scenario.loginItem; }
 

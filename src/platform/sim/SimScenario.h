@@ -136,6 +136,9 @@ struct SimScenario {
     QList<SimShortcut> takenShortcuts;
     SimLoginItems::Behaviour loginItem;
     QString operatingSystemVersion = QStringLiteral("Version 27.0 (Build 27A100)");
+    // Seconds one accessibility round trip takes at an application that answers at once;
+    // an application's own `responseDelay`, when longer, replaces it.
+    double requestCost = 0.0002;
     qint32 ownPid = 1;
     // This copy's main bundle identifier; nothing for a run outside an application bundle.
     std::optional<QString> ownBundleIdentifier = Identity::bundleIdentifier;
@@ -152,7 +155,7 @@ struct SimScenario {
 // so a cyclic tree cannot be written; sizes are bounded instead. Every key is optional
 // except an application's "pid"; unknown and repeated keys are refused so that a
 // misspelling or a slip shows. Places, sizes and delays are bounded (`SimJsonReader::Range`).
-//   { "osVersion": "...", "trusted": true,
+//   { "osVersion": "...", "trusted": true, "requestCost": 0.0002,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
 //     "screenSets": {"laptop": [screen, ...], "docked": [...]},
 //     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null},

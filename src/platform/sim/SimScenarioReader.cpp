@@ -55,13 +55,15 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
     }
     const QJsonObject root = document.object();
     m_json.expectKeys(root, QString(),
-                      {"osVersion"_L1, "trusted"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
+                      {"osVersion"_L1, "trusted"_L1, "requestCost"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
                        "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1,
                        "remembered"_L1, "screenSets"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
     scenario.trusted = m_json.boolean(root, "trusted"_L1, QString(), true);
+    scenario.requestCost = m_json.number(root, "requestCost"_L1, QString(), scenario.requestCost,
+                                         Range::Seconds);
     scenario.screens = readScreens(root, scenario.screens);
     scenario.screenSets = readScreenSets(root);
     const QJsonArray apps = m_json.array(root, "apps"_L1, QString());
