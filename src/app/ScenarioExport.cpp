@@ -152,6 +152,40 @@ QJsonObject elementObject(const RecordingAccessibility& recording, const AXEleme
     return object;
 }
 
+// The requests an application answered before the first it left unanswered, as the recording
+// kept them: each element is asked each thing once by a scan.
+struct Answered {
+    qint64 count = 0;
+    bool hung = false;
+
+    void add(qint32 error)
+    {
+        if (error == AXResult::cannotComplete)
+            hung = true;
+        else
+            ++count;
+    }
+};
+
+void countAnswers(const RecordingAccessibility& recording, const AXElementRef& element,
+                  Answered& answered)
+{
+    const std::optional<RecordingAccessibility::Answers> a = recording.answers(element);
+    if (!a)
+        return;
+    for (const AXAttribute& attribute : a->attributes) {
+        answered.add(attribute.error);
+        if (attribute.kind == AXAttribute::Kind::Element)
+            countAnswers(recording, attribute.element, answered);
+        for (const AXElementRef& child : attribute.elements)
+            countAnswers(recording, child, answered);
+    }
+    if (a->actions && *a->actions)
+        ++answered.count;
+    if (a->settable)
+        answered.add(a->settable->error);
+}
+
 // An item of the menu bar as the scan read it, under the key the bar remembers it by.
 struct BarItem {
     QJsonObject key;
@@ -196,6 +230,10 @@ QJsonObject applicationObject(const RecordingAccessibility& recording,
         object.insert(u"extrasMenuBar"_s, false);
         return object;
     }
+    Answered answered;
+    countAnswers(recording, recording.application(running.pid), answered);
+    if (answered.hung)
+        object.insert(u"answersBeforeHanging"_s, answered.count);
     QJsonArray items;
     if (const std::optional<RecordingAccessibility::Answers> bar = recording.answers(extras->element))
         items = childrenOf(recording, *bar, 0);
@@ -215,19 +253,6 @@ QList<BarItem> inBarOrder(QList<BarItem> items)
     std::stable_sort(items.begin(), items.end(),
                      [](const BarItem& a, const BarItem& b) { return a.order > b.order; });
     return items;
-}
-
-// How many bar items, counted from the right, stand before the first one wholly left of
-// Tuckaway's icon.
-int placeOf(const QList<BarItem>& barItems, const Rect& ownIcon)
-{
-    int place = 0;
-    for (const BarItem& item : barItems) {
-        if (item.x && *item.x + item.width <= ownIcon.minX())
-            break;
-        ++place;
-    }
-    return place;
 }
 
 } // namespace
@@ -255,13 +280,15 @@ QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
     }
     QJsonObject tuckaway{{u"pid"_s, desktop.ownPid}};
     if (desktop.ownIcon)
-        tuckaway.insert(u"place"_s, placeOf(barItems, *desktop.ownIcon));
+        tuckaway.insert(u"frame"_s, rectObject(*desktop.ownIcon));
     QJsonObject root{{u"screens"_s, screens},
                      {u"apps"_s, apps},
                      {u"tuckaway"_s, tuckaway},
                      {u"trusted"_s, desktop.trusted}};
     if (!remembered.isEmpty())
         root.insert(u"remembered"_s, remembered);
+    if (!desktop.frameworkAvailable)
+        root.insert(u"framework"_s, QJsonObject{{u"present"_s, false}});
     // JSON objects keep no order of their own: the warning is put first by hand.
     QByteArray body = QJsonDocument(root).toJson(QJsonDocument::Indented);
     const QByteArray warning = QJsonDocument(QJsonObject{

@@ -283,8 +283,8 @@ void TestAppDelegate::settledWindow()
     QCOMPARE(StatusItemPlaceWait::isSettled(window, screens), settled);
 }
 
-// The export reads Tuckaway's place once the system has laid the item out, and waits no more
-// than a second for it; without it the file has no place, and standard error says why.
+// The export reads Tuckaway's frame once the system has laid the item out, and waits no more
+// than a second for it; without it the file has no frame, and standard error says why.
 void TestAppDelegate::exportReadsThePlaceOnceLaidOut_data()
 {
     QTest::addColumn<int>("layoutTurns"); // negative: never laid out
@@ -317,7 +317,12 @@ void TestAppDelegate::exportReadsThePlaceOnceLaidOut()
     QTRY_COMPARE(shell.quits->count(), 1);
     QCOMPARE(shell.quits->first().first().toInt(), 0);
     const QJsonObject tuckaway = readReport(path).value(u"tuckaway"_s).toObject();
-    QCOMPARE(tuckaway.value(u"place"_s).toInt(-1), placed ? shell.desktop.statusItemPlace() : -1);
+    const std::optional<Rect> icon = shell.desktop.statusItemFrame();
+    const QJsonObject frame = tuckaway.value(u"frame"_s).toObject();
+    QCOMPARE(frame.isEmpty(), !placed);
+    QVERIFY(!placed || (icon && frame.value(u"x"_s).toDouble() == icon->x &&
+                        frame.value(u"width"_s).toDouble() == icon->width));
+    QVERIFY(!tuckaway.contains(u"place"_s));
     QCOMPARE(QString::fromUtf8(shell.errors.data()),
              placed ? QString() : u"Aún no se puede leer la posición del separador.\n"_s);
 }

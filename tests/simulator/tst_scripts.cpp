@@ -167,6 +167,8 @@ void TestScripts::exportedDesktopReplaysTheSameScan_data()
         << QStringList{u"--scenario"_s, script(u"reasons.json"_s)} << u"no-frame"_s;
     QTest::newRow("icons in the order the bar remembers, not the launch order")
         << QStringList{u"--scenario"_s, script(u"remembered.json"_s)} << u"both-sides"_s;
+    QTest::newRow("an icon ending exactly at Tuckaway's left edge, fractions, odd texts")
+        << QStringList{u"--scenario"_s, script(u"edge.json"_s)} << u"hidden"_s;
 }
 
 void TestScripts::exportedDesktopReplaysTheSameScan()

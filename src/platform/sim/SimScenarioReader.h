@@ -26,6 +26,7 @@ private:
     QList<SimShortcut> readShortcuts(const QJsonObject& root);
     SimLoginItems::Behaviour readLoginItem(const QJsonObject& root);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
+    std::optional<Rect> readOwnFrame(const QJsonObject& object, const QList<SimScreen>& screens);
     void readRemembered(const QJsonObject& root, SimScenario& scenario);
     std::optional<SimBarKey> readBarKey(const QJsonValue& value, const QString& place);
     void checkUniquePids(const SimScenario& scenario);
