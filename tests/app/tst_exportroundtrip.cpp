@@ -7,6 +7,8 @@
 #include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTest>
+#include <cmath>
+#include <limits>
 
 using namespace tk;
 using namespace Qt::StringLiterals;
@@ -128,6 +130,8 @@ class TestExportRoundTrip : public QObject {
 
 private slots:
     void randomDesktopsReplayAlike();
+    void numbersAndTextsReadBackEqual_data();
+    void numbersAndTextsReadBackEqual();
     void nothingBeyondTheLoadersLimits_data();
     void nothingBeyondTheLoadersLimits();
 };
@@ -151,6 +155,43 @@ void TestExportRoundTrip::randomDesktopsReplayAlike()
                                 .arg(QString::fromUtf8(json), outcome.original.lines.join(u'\n'),
                                      outcome.replayed.lines.join(u'\n'))));
     }
+}
+
+// Written in the shortest form that reads back the same double, and read back so; a text
+// whatever it holds.
+void TestExportRoundTrip::numbersAndTextsReadBackEqual_data()
+{
+    QTest::addColumn<double>("x");
+    QTest::addColumn<QString>("title");
+    QTest::newRow("a tenth") << 0.1 << u""_s;
+    QTest::newRow("a sum that decimals do not end") << 0.1 + 0.2 << u"\u0000\u0001\t\n"_s;
+    QTest::newRow("negative, all digits") << -123456.78901234567 << u"\\\"\u007f"_s;
+    QTest::newRow("the lower bound") << -1'000'000.0 << u"caf\u00e9 \U0001F600"_s;
+    QTest::newRow("the upper bound") << 1'000'000.0 << u"\u2028\u2029"_s;
+    QTest::newRow("just within it") << std::nextafter(1'000'000.0, 0.0) << u" "_s;
+    QTest::newRow("the smallest double") << std::numeric_limits<double>::denorm_min() << u"x"_s;
+}
+
+void TestExportRoundTrip::numbersAndTextsReadBackEqual()
+{
+    QFETCH(double, x);
+    QFETCH(QString, title);
+    SimScenario scenario;
+    SimElement item;
+    item.role = SimText::of(u"AXMenuBarItem"_s);
+    item.title = SimText::of(title);
+    item.positionSource = item.sizeSource = SimElement::Source::Given;
+    item.position = QPointF(x, -x / 1e6);
+    item.size = QSizeF(std::abs(x) / 1e3, 24);
+    scenario.applications.append({2, u"com.example.one"_s, title, 0.0, std::nullopt, true, {item}});
+    const roundtrip::Outcome outcome = roundtrip::exportAndReplay(scenario);
+    QVERIFY2(outcome.refusal.isEmpty(), qPrintable(outcome.refusal));
+    // Whole numbers as integers, others in the shortest digits that read back the same.
+    const QByteArray written = x == std::trunc(x) ? QByteArray::number(qint64(x))
+                                                  : shortestNumber(x).toUtf8();
+    QVERIFY2(outcome.json.contains("\"x\": " + written + ",\n"), outcome.json);
+    QCOMPARE(outcome.replayed.lines, outcome.original.lines);
+    QVERIFY(outcome.original.lines.join(u'\n').contains(shortestNumber(x)));
 }
 
 // Each bound, just beyond it: the check names it, and the loader agrees that the file would be
