@@ -1,5 +1,4 @@
 #include "ScenarioExport.h"
-
 #include "core/ScenarioLimits.h"
 
 #include <QJsonArray>
@@ -40,7 +39,8 @@ public:
         for (qsizetype i = root.value("remembered"_L1).toArray().size(); i > 0; --i)
             count();
         if (barWidth > Limits::longestMenuBar)
-            fail(u"menu-bar items adding up to at most %1 points"_s.arg(Limits::longestMenuBar, 0, 'f', 0));
+            fail(u"menu-bar items adding up to at most %1 points"_s.arg(Limits::longestMenuBar, 0,
+                                                                        'f', 0));
         const QJsonValue icon = root.value("tuckaway"_L1).toObject().value("frame"_L1);
         if (!icon.isUndefined())
             ownIcon(rect(icon, true));
@@ -64,7 +64,8 @@ private:
     {
         const double number = value.toDouble(qQNaN());
         if (!(std::abs(number) <= Limits::largestCoordinate))
-            fail(u"places within %1 points of the origin"_s.arg(Limits::largestCoordinate, 0, 'f', 0));
+            fail(u"places within %1 points of the origin"_s.arg(Limits::largestCoordinate, 0, 'f',
+                                                                0));
         return number;
     }
 
@@ -83,7 +84,8 @@ private:
         if (!value.isObject())
             return {};
         return {coordinate(object.value("x"_L1)), coordinate(object.value("y"_L1)),
-                length(object.value("width"_L1), positive), length(object.value("height"_L1), positive)};
+                length(object.value("width"_L1), positive),
+                length(object.value("height"_L1), positive)};
     }
 
     void element(const QJsonObject& element, int depth)

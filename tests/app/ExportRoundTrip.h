@@ -43,7 +43,8 @@ inline ScanResult scan(SimPlatform& platform, Accessibility& accessibility)
 
 inline QString itemLine(const ExternalItem& item)
 {
-    return item.id + u" ["_s + item.actions.join(u',') + (item.positionWritable ? u"] w "_s : u"] - "_s) +
+    return item.id + u" ["_s + item.actions.join(u',') +
+           (item.positionWritable ? u"] w "_s : u"] - "_s) +
            (item.frame ? item.frame->text() : u"none"_s);
 }
 
@@ -58,9 +59,8 @@ inline Seen seen(SimPlatform& platform, const ScanResult& result, const std::opt
             positioned.append({*item.bundleID, item.frame});
     }
     seen.lines << u"boundary "_s + (icon ? icon->text() : u"none"_s);
-    for (const BoundaryPolicy::Decision& decision :
-          BoundaryPolicy::decisions(positioned, icon.value_or(Rect::null()),
-                                   Identity::bundleIdentifier))
+    for (const BoundaryPolicy::Decision& decision : BoundaryPolicy::decisions(
+             positioned, icon.value_or(Rect::null()), Identity::bundleIdentifier))
         seen.lines << decision.bundle + u' ' + BoundaryPolicy::reasonWord(decision.reason);
     seen.lines << u"trusted %1, framework %2"_s.arg(platform.desktop().isTrusted())
                       .arg(platform.visibilityBridge().isAvailable());
@@ -105,8 +105,8 @@ inline Outcome exportAndReplay(const SimScenario& scenario)
         return outcome;
     }
     const std::unique_ptr<SimPlatform> replay = SimPlatform::forTests(std::move(loaded).value());
-    outcome.replayed = seen(*replay, scan(*replay, replay->accessibility()),
-                            replay->desktop().statusItemFrame());
+    outcome.replayed =
+        seen(*replay, scan(*replay, replay->accessibility()), replay->desktop().statusItemFrame());
     return outcome;
 }
 

@@ -44,7 +44,10 @@ public:
 private:
     bool chance(double p) { return m_random.generateDouble() < p; }
     // A number with a fractional part that decimal digits may not end.
-    double fraction(double low, double high) { return low + m_random.generateDouble() * (high - low); }
+    double fraction(double low, double high)
+    {
+        return low + m_random.generateDouble() * (high - low);
+    }
     static QJsonObject rect(const Rect& r)
     {
         return {{u"x"_s, r.x}, {u"y"_s, r.y}, {u"width"_s, r.width}, {u"height"_s, r.height}};
@@ -52,7 +55,8 @@ private:
 
     QJsonArray screens()
     {
-        m_primary = {0, 0, double(800 + m_random.bounded(2000)), double(600 + m_random.bounded(1000))};
+        m_primary = {0, 0, double(800 + m_random.bounded(2000)),
+                     double(600 + m_random.bounded(1000))};
         QJsonArray list{QJsonObject{{u"frame"_s, rect(m_primary)}}};
         for (int i = int(m_random.bounded(3)); i > 0; --i)
             list.append(QJsonObject{{u"frame"_s, rect({fraction(-3000, 3000), fraction(-2000, 2000),
@@ -62,8 +66,12 @@ private:
 
     QString text()
     {
-        static const QStringList texts{u""_s, u"Wi-Fi"_s, u"\u0001\t\n\u007f"_s, u"caf\u00e9 \U0001F600"_s,
-                                       u"\"quoted\" \\ back"_s, QString(QChar(0))};
+        static const QStringList texts{u""_s,
+                                       u"Wi-Fi"_s,
+                                       u"\u0001\t\n\u007f"_s,
+                                       u"caf\u00e9 \U0001F600"_s,
+                                       u"\"quoted\" \\ back"_s,
+                                       QString(QChar(0))};
         return texts.at(int(m_random.bounded(texts.size())));
     }
 
@@ -73,13 +81,28 @@ private:
     {
         const double width = fraction(0, 40);
         switch (m_random.bounded(7)) {
-        case 0: item.insert(u"width"_s, width); break;
-        case 1: item.insert(u"frame"_s, rect({fraction(-1'000'000, 1'000'000), fraction(-1, 1), width, 24})); break;
-        case 2: item.insert(u"frame"_s, rect({m_icon.x - width, 0, width, 24})); break;
-        case 3: item.insert(u"frame"_s, rect({m_icon.maxX(), 0, width, 24})); break;
-        case 4: item.insert(u"frame"_s, rect({fraction(0, m_primary.width), 24, width, 22})); break;
-        case 5: item.insert(u"frame"_s, rect({fraction(0, m_primary.width), 0, 0, 0})); break;
-        default: item.insert(u"frame"_s, QJsonValue::Null); break;
+        case 0:
+            item.insert(u"width"_s, width);
+            break;
+        case 1:
+            item.insert(u"frame"_s,
+                        rect({fraction(-1'000'000, 1'000'000), fraction(-1, 1), width, 24}));
+            break;
+        case 2:
+            item.insert(u"frame"_s, rect({m_icon.x - width, 0, width, 24}));
+            break;
+        case 3:
+            item.insert(u"frame"_s, rect({m_icon.maxX(), 0, width, 24}));
+            break;
+        case 4:
+            item.insert(u"frame"_s, rect({fraction(0, m_primary.width), 24, width, 22}));
+            break;
+        case 5:
+            item.insert(u"frame"_s, rect({fraction(0, m_primary.width), 0, 0, 0}));
+            break;
+        default:
+            item.insert(u"frame"_s, QJsonValue::Null);
+            break;
         }
     }
 
@@ -106,7 +129,8 @@ private:
     {
         QJsonObject app{{u"pid"_s, 10 + index}};
         if (chance(0.8))
-            app.insert(u"bundle"_s, (chance(0.1) ? u"com.apple.item%1"_s : u"com.example.app%1"_s).arg(index));
+            app.insert(u"bundle"_s,
+                       (chance(0.1) ? u"com.apple.item%1"_s : u"com.example.app%1"_s).arg(index));
         if (chance(0.8))
             app.insert(u"name"_s, text());
         if (chance(0.15))
@@ -149,11 +173,14 @@ void TestExportRoundTrip::randomDesktopsReplayAlike()
         Result<SimScenario> scenario = SimScenarioLoader::parse(json, u"generated.json"_s);
         QVERIFY2(scenario, qPrintable(scenario ? QString() : scenario.error().description));
         const roundtrip::Outcome outcome = roundtrip::exportAndReplay(scenario.value());
-        QVERIFY2(outcome.refusal.isEmpty(), qPrintable(outcome.refusal + u'\n' + QString::fromUtf8(json)));
-        QVERIFY2(outcome.replayed == outcome.original,
-                 qPrintable(u"desktop %1 of seed %2:\n%3\n--- original:\n%4\n--- replayed:\n%5"_s.arg(i).arg(seed)
-                                .arg(QString::fromUtf8(json), outcome.original.lines.join(u'\n'),
-                                     outcome.replayed.lines.join(u'\n'))));
+        QVERIFY2(outcome.refusal.isEmpty(),
+                 qPrintable(outcome.refusal + u'\n' + QString::fromUtf8(json)));
+        QVERIFY2(
+            outcome.replayed == outcome.original,
+            qPrintable(u"desktop %1 of seed %2:\n%3\n--- original:\n%4\n--- replayed:\n%5"_s.arg(i)
+                           .arg(seed)
+                           .arg(QString::fromUtf8(json), outcome.original.lines.join(u'\n'),
+                                outcome.replayed.lines.join(u'\n'))));
     }
 }
 
@@ -187,8 +214,8 @@ void TestExportRoundTrip::numbersAndTextsReadBackEqual()
     const roundtrip::Outcome outcome = roundtrip::exportAndReplay(scenario);
     QVERIFY2(outcome.refusal.isEmpty(), qPrintable(outcome.refusal));
     // Whole numbers as integers, others in the shortest digits that read back the same.
-    const QByteArray written = x == std::trunc(x) ? QByteArray::number(qint64(x))
-                                                  : shortestNumber(x).toUtf8();
+    const QByteArray written =
+        x == std::trunc(x) ? QByteArray::number(qint64(x)) : shortestNumber(x).toUtf8();
     QVERIFY2(outcome.json.contains("\"x\": " + written + ",\n"), outcome.json);
     QCOMPARE(outcome.replayed.lines, outcome.original.lines);
     QVERIFY(outcome.original.lines.join(u'\n').contains(shortestNumber(x)));
@@ -214,17 +241,19 @@ void TestExportRoundTrip::nothingBeyondTheLoadersLimits_data()
                                        << u"places within 1000000 points of the origin"_s;
     QTest::newRow("a place not finite") << item(R"("position": {"x": null, "y": 0})")
                                         << u"places within 1000000 points of the origin"_s;
-    QTest::newRow("a side beyond it")
-        << item(R"("size": {"width": 16384.5, "height": 24})")
-        << u"sides from 0 and at most 16384 points"_s;
+    QTest::newRow("a side beyond it") << item(R"("size": {"width": 16384.5, "height": 24})")
+                                      << u"sides from 0 and at most 16384 points"_s;
     QTest::newRow("Tuckaway's icon without width")
-        << (R"({"screens": [)" + screen + R"(], "tuckaway": {"frame": {"x": 900, "y": 0, "width": 0, "height": 24}}})")
+        << (R"({"screens": [)" + screen +
+            R"(], "tuckaway": {"frame": {"x": 900, "y": 0, "width": 0, "height": 24}}})")
         << u"sides above 0 and at most 16384 points"_s;
     QTest::newRow("Tuckaway's icon right of every screen")
-        << (R"({"screens": [)" + screen + R"(], "tuckaway": {"frame": {"x": 1000, "y": 0, "width": 30, "height": 24}}})")
+        << (R"({"screens": [)" + screen +
+            R"(], "tuckaway": {"frame": {"x": 1000, "y": 0, "width": 30, "height": 24}}})")
         << u"Tuckaway's icon on a screen"_s;
     QTest::newRow("Tuckaway's icon at the screen's right edge")
-        << (R"({"screens": [)" + screen + R"(], "tuckaway": {"frame": {"x": 970, "y": 0, "width": 30, "height": 24}}})")
+        << (R"({"screens": [)" + screen +
+            R"(], "tuckaway": {"frame": {"x": 970, "y": 0, "width": 30, "height": 24}}})")
         << QString();
 }
 
