@@ -156,6 +156,8 @@ private slots:
     void randomDesktopsReplayAlike();
     void numbersAndTextsReadBackEqual_data();
     void numbersAndTextsReadBackEqual();
+    void hangingAndTheFrameworkAsTheDesktopHadThem_data();
+    void hangingAndTheFrameworkAsTheDesktopHadThem();
     void nothingBeyondTheLoadersLimits_data();
     void nothingBeyondTheLoadersLimits();
 };
@@ -219,6 +221,42 @@ void TestExportRoundTrip::numbersAndTextsReadBackEqual()
     QVERIFY2(outcome.json.contains("\"x\": " + written + ",\n"), outcome.json);
     QCOMPARE(outcome.replayed.lines, outcome.original.lines);
     QVERIFY(outcome.original.lines.join(u'\n').contains(shortestNumber(x)));
+}
+
+// An application that stops answering mid-scan is written with the requests it answered,
+// one that never answered or never stopped without them; a missing framework as missing.
+void TestExportRoundTrip::hangingAndTheFrameworkAsTheDesktopHadThem_data()
+{
+    QTest::addColumn<std::optional<qint64>>("answers");
+    QTest::addColumn<bool>("framework");
+    QTest::addColumn<QJsonValue>("written");
+    QTest::newRow("never stops") << std::optional<qint64>() << true
+                                 << QJsonValue(QJsonValue::Undefined);
+    QTest::newRow("never answers")
+        << std::optional<qint64>(0) << true << QJsonValue(QJsonValue::Undefined);
+    QTest::newRow("after one") << std::optional<qint64>(1) << false << QJsonValue(1);
+    QTest::newRow("after five") << std::optional<qint64>(5) << true << QJsonValue(5);
+    QTest::newRow("after eleven") << std::optional<qint64>(11) << false << QJsonValue(11);
+}
+
+void TestExportRoundTrip::hangingAndTheFrameworkAsTheDesktopHadThem()
+{
+    QFETCH(std::optional<qint64>, answers);
+    QFETCH(bool, framework);
+    QFETCH(QJsonValue, written);
+    SimScenario scenario;
+    scenario.framework.present = framework;
+    SimElement item;
+    item.role = SimText::of(u"AXMenuBarItem"_s);
+    item.children = {item, item};
+    scenario.applications.append(
+        {2, u"com.example.one"_s, std::nullopt, 0.0, answers, true, {item, item}});
+    const roundtrip::Outcome outcome = roundtrip::exportAndReplay(scenario);
+    const QJsonObject root = QJsonDocument::fromJson(outcome.json).object();
+    const QJsonObject app = root.value(u"apps"_s).toArray().first().toObject();
+    QCOMPARE(app.value(u"answersBeforeHanging"_s), written);
+    QCOMPARE(root.value(u"framework"_s).toObject().value(u"present"_s).toBool(true), framework);
+    QCOMPARE(outcome.replayed.lines, outcome.original.lines);
 }
 
 // Each bound, just beyond it: the check names it, and the loader agrees that the file would be
