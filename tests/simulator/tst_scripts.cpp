@@ -73,6 +73,8 @@ private Q_SLOTS:
     void readerRefuses_data();
     void readerRefuses();
     void readerSpelling();
+    void expectationsFailOnAnswersCloseToTheRightOnes_data();
+    void expectationsFailOnAnswersCloseToTheRightOnes();
 };
 
 void TestScripts::scriptsThroughTheProgram_data()
@@ -257,6 +259,44 @@ void TestScripts::readerSpelling()
     QCOMPARE(steps.at(2).command, u"expect settings"_s);
     QVERIFY(steps.at(2).isExpectation());
     QCOMPARE(steps.at(3).line, 6);
+}
+
+// After a collapse on bar.json, each kind of expectation given an answer one step from the
+// right one: the session ends with exit code 1 at that line, never passes it.
+void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes_data()
+{
+    QTest::addColumn<QByteArray>("expectation");
+    QTest::newRow("hidden, one missing")
+        << QByteArray("expect hidden com.example.charlie com.example.bravo");
+    QTest::newRow("hidden, one too many") << QByteArray(
+        "expect hidden com.example.charlie com.example.bravo pid:14 com.example.delta");
+    QTest::newRow("hidden, none") << QByteArray("expect hidden");
+    QTest::newRow("state, the one before") << QByteArray("expect state requesting");
+    QTest::newRow("reason, its neighbour's")
+        << QByteArray("expect reason com.example.delta hidden");
+    QTest::newRow("notice without its full stop")
+        << QByteArray("expect notice \"Configuración aplicada\"");
+    QTest::newRow("message, one letter off")
+        << QByteArray("expect message \"Apps ocultas. Pulsa la flecha para mostrar todos.\"");
+    QTest::newRow("settings open while closed") << QByteArray("expect settings open");
+}
+
+void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
+{
+    QFETCH(QByteArray, expectation);
+    QTemporaryDir directory;
+    QFile file(directory.filePath(u"close.script"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("click\nwait 1\n" + expectation + "\n");
+    file.close();
+    const Run run =
+        runProgram({u"--scenario"_s, script(u"bar.json"_s), u"--script"_s, file.fileName()});
+    QVERIFY2(run.exitCode == 1, run.out + run.errors);
+    QVERIFY2(QString::fromUtf8(run.errors)
+                 .trimmed()
+                 .section(u'\n', -1)
+                 .startsWith(file.fileName() + u":3: expected"_s),
+             run.errors);
 }
 
 QTEST_GUILESS_MAIN(TestScripts)
