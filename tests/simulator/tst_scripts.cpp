@@ -73,6 +73,8 @@ private Q_SLOTS:
     void readerRefuses_data();
     void readerRefuses();
     void readerSpelling();
+    void readerCorners_data();
+    void readerCorners();
     void expectationsFailOnAnswersCloseToTheRightOnes_data();
     void expectationsFailOnAnswersCloseToTheRightOnes();
 };
@@ -297,6 +299,44 @@ void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
                  .section(u'\n', -1)
                  .startsWith(file.fileName() + u":3: expected"_s),
              run.errors);
+}
+
+// The line reader at the corners of its grammar: a "#" in quotes is text, quotes hold blanks
+// and nothing, a quote left open is refused at its line.
+void TestScripts::readerCorners_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("arguments"); // of the only step; empty with an error line
+    QTest::addColumn<int>("errorLine");
+    QTest::newRow("a # in quotes")
+        << QByteArray("\nexpect notice \"a # b\"") << QStringList{u"a # b"_s} << 0;
+    QTest::newRow("a comment right after quotes")
+        << QByteArray("expect notice \"a\"# b\n") << QStringList{u"a"_s} << 0;
+    QTest::newRow("empty quotes") << QByteArray("expect notice \"\"") << QStringList{QString()}
+                                  << 0;
+    QTest::newRow("blanks kept in quotes")
+        << QByteArray("expect notice \"  two  \"\t") << QStringList{u"  two  "_s} << 0;
+    QTest::newRow("a quote left open")
+        << QByteArray("click\n\nexpect notice \"a\n") << QStringList() << 3;
+}
+
+void TestScripts::readerCorners()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, arguments);
+    QFETCH(int, errorLine);
+    const ScriptOrError read = SessionScript::read(text);
+    if (errorLine > 0) {
+        QVERIFY(std::holds_alternative<ScriptError>(read));
+        QCOMPARE(std::get<ScriptError>(read).line, errorLine);
+        return;
+    }
+    QVERIFY(std::holds_alternative<QList<ScriptStep>>(read));
+    const QList<ScriptStep>& steps = std::get<QList<ScriptStep>>(read);
+    QCOMPARE(steps.size(), 1);
+    QCOMPARE(steps.first().command, u"expect notice"_s);
+    QCOMPARE(steps.first().arguments, arguments);
+    QCOMPARE(steps.first().quoted, QList<bool>{true});
 }
 
 QTEST_GUILESS_MAIN(TestScripts)
