@@ -129,8 +129,11 @@ void AppDelegate::exportDesktop(const QString& path, bool placed)
         this);
     connect(walk, &WorkerThreadBase::finished, this, [this, walk, recording, desktop, path] {
         walk->deleteLater();
+        const QByteArray json = ScenarioExport::write(*recording, *desktop);
+        const std::optional<QString> limit = ScenarioExport::beyondLoaderLimits(json);
         const std::optional<QString> failure =
-            ScenarioExport::save(path, ScenarioExport::write(*recording, *desktop));
+            limit ? std::optional(text(ScenarioExport::beyondLimitsNotice).arg(*limit))
+                  : ScenarioExport::save(path, json);
         if (failure)
             m_errors.write((*failure + u'\n').toUtf8());
         Q_EMIT quitRequested(failure ? 1 : 0);
@@ -149,6 +152,7 @@ ExportedDesktop AppDelegate::exportedDesktop(bool placed) const
     if (placed)
         desktop.ownIcon = boundary();
     desktop.trusted = m_inspector.isAuthorized();
+    desktop.frameworkAvailable = m_platform.visibilityBridge().isAvailable();
     const std::optional<QString> ownBundle = workspace.mainBundleIdentifier();
     for (const RunningApplication& running : workspace.runningApplications()) {
         if (running.pid != desktop.ownPid && running.bundleIdentifier != ownBundle)

@@ -105,6 +105,7 @@ QList<QPair<QString, QString>> tableRows()
         {QStringLiteral("Ocultar grupo · clic derecho para configurar"), QStringLiteral("Hide group · right-click for settings")},
         {QStringLiteral("No se aplicó: falta Accesibilidad para esta copia. Autorízala en Permisos y diagnóstico."), QStringLiteral("Not applied: Accessibility permission is missing for this copy. Authorize it in Permissions & diagnostics.")},
         {QStringLiteral("Aún no se puede leer la posición del separador."), QStringLiteral("The separator position cannot be read yet.")},
+        {QStringLiteral("No se exportó el escritorio: supera los límites de un escenario (%1)."), QStringLiteral("Desktop not exported: it goes beyond a scenario's limits (%1).")},
         {QStringLiteral("No se detectaron apps ocultables a la izquierda. Usa ⌘-arrastrar para colocar el separador."), QStringLiteral("No hideable apps were detected to the left. Use ⌘-drag to position the separator.")},
         {QStringLiteral("Selecciona al menos una app en Organización."), QStringLiteral("Select at least one app in Organization.")},
         {QStringLiteral("Mostrar iconos ocultos"), QStringLiteral("Show hidden icons")},

@@ -137,6 +137,7 @@ class TestSimDesktop : public QObject {
 private Q_SLOTS:
     void laysOutRightToLeftWithoutHiddenItems();
     void placeIsClampedRememberedAndMovedByDragging();
+    void givenFrameStandsUntilMoved();
     void launchedAndQuitApplications();
     void barRemembersWhereItemsStood_data();
     void barRemembersWhereItemsStood();
@@ -196,6 +197,21 @@ void TestSimDesktop::placeIsClampedRememberedAndMovedByDragging()
     QCOMPARE(desktop.statusItemFrame()->x, 962.0);
     desktop.moveStatusItem(-5);
     QCOMPARE(desktop.statusItemPlace(), 4);
+}
+
+// A scenario's frame for Tuckaway's icon is where it stands, to the bit, while the bar lays
+// the others out as though it stood leftmost; a drag lays it out again.
+void TestSimDesktop::givenFrameStandsUntilMoved()
+{
+    QByteArray json = barScenario;
+    json.replace(R"("place": 1)",
+                 R"("frame": {"x": 950.75, "y": 0.5, "width": 30.25, "height": 23.5})");
+    SimDesktop desktop(scenario(json));
+    QCOMPARE(barLefts(desktop), (QList<double>{982, 962, 922, 917, 950.75}));
+    QCOMPARE(desktop.statusItemFrame(), std::optional<Rect>(Rect{950.75, 0.5, 30.25, 23.5}));
+    desktop.moveStatusItem(960);
+    QCOMPARE(desktop.statusItemPlace(), 2);
+    QCOMPARE(desktop.statusItemFrame(), std::optional<Rect>(Rect{932, 0, 30, 24}));
 }
 
 void TestSimDesktop::launchedAndQuitApplications()

@@ -96,6 +96,22 @@ void TestSimScenario::refusesBadContent_data()
         u"tuckaway.bundle: must be at most 2048 characters"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",
         u"tuckaway.pid: 5 is already the pid of apps[0]"_s);
+    row("Tuckaway's frame and place",
+        R"({"tuckaway": {"place": 0, "frame": {"x": 900, "y": 0, "width": 30, "height": 24}}})",
+        u"tuckaway.frame: cannot be given together with place"_s);
+    row("Tuckaway's frame without extent",
+        R"({"tuckaway": {"frame": {"x": 900, "y": 0, "width": 0, "height": 24}}})",
+        u"tuckaway.frame.width: must be greater than 0"_s);
+    row("Tuckaway's frame just off the only screen's right edge",
+        R"({"tuckaway": {"frame": {"x": 1512, "y": 0, "width": 30, "height": 24}}})",
+        u"tuckaway.frame: lies outside every screen"_s);
+    row("Tuckaway's frame just above the primary screen",
+        R"({"tuckaway": {"frame": {"x": 900, "y": -24, "width": 30, "height": 24}}})",
+        u"tuckaway.frame: lies outside every screen"_s);
+    row("Tuckaway's frame and its remembered place",
+        R"({"tuckaway": {"frame": {"x": 900, "y": 0, "width": 30, "height": 24}}, )"
+        R"("remembered": [{"autosaveName": "Tuckaway.main"}]})",
+        u"tuckaway.frame: cannot be given when remembered holds Tuckaway.main"_s);
     row("repeated key, escaped", R"({"trusted": true, "tru\u0073ted": false})",
         u"trusted: appears more than once"_s);
     row("screen too wide",

@@ -73,6 +73,10 @@ private Q_SLOTS:
     void readerRefuses_data();
     void readerRefuses();
     void readerSpelling();
+    void readerCorners_data();
+    void readerCorners();
+    void expectationsFailOnAnswersCloseToTheRightOnes_data();
+    void expectationsFailOnAnswersCloseToTheRightOnes();
 };
 
 void TestScripts::scriptsThroughTheProgram_data()
@@ -196,6 +200,8 @@ void TestScripts::exportedDesktopReplaysTheSameScan_data()
         << QStringList{u"--scenario"_s, script(u"reasons.json"_s)} << u"no-frame"_s;
     QTest::newRow("icons in the order the bar remembers, not the launch order")
         << QStringList{u"--scenario"_s, script(u"remembered.json"_s)} << u"both-sides"_s;
+    QTest::newRow("an icon ending exactly at Tuckaway's left edge, fractions, odd texts")
+        << QStringList{u"--scenario"_s, script(u"edge.json"_s)} << u"hidden"_s;
 }
 
 void TestScripts::exportedDesktopReplaysTheSameScan()
@@ -299,6 +305,82 @@ void TestScripts::readerSpelling()
     QCOMPARE(steps.at(2).command, u"expect settings"_s);
     QVERIFY(steps.at(2).isExpectation());
     QCOMPARE(steps.at(3).line, 6);
+}
+
+// After a collapse on bar.json, each kind of expectation given an answer one step from the
+// right one: the session ends with exit code 1 at that line, never passes it.
+void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes_data()
+{
+    QTest::addColumn<QByteArray>("expectation");
+    QTest::newRow("hidden, one missing")
+        << QByteArray("expect hidden com.example.charlie com.example.bravo");
+    QTest::newRow("hidden, one too many") << QByteArray(
+        "expect hidden com.example.charlie com.example.bravo pid:14 com.example.delta");
+    QTest::newRow("hidden, none") << QByteArray("expect hidden");
+    QTest::newRow("state, the one before") << QByteArray("expect state requesting");
+    QTest::newRow("reason, its neighbour's")
+        << QByteArray("expect reason com.example.delta hidden");
+    QTest::newRow("notice without its full stop")
+        << QByteArray("expect notice \"Configuración aplicada\"");
+    QTest::newRow("message, one letter off")
+        << QByteArray("expect message \"Apps ocultas. Pulsa la flecha para mostrar todos.\"");
+    QTest::newRow("settings open while closed") << QByteArray("expect settings open");
+}
+
+void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
+{
+    QFETCH(QByteArray, expectation);
+    QTemporaryDir directory;
+    QFile file(directory.filePath(u"close.script"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("click\nwait 1\n" + expectation + "\n");
+    file.close();
+    const Run run =
+        runProgram({u"--scenario"_s, script(u"bar.json"_s), u"--script"_s, file.fileName()});
+    QVERIFY2(run.exitCode == 1, run.out + run.errors);
+    QVERIFY2(QString::fromUtf8(run.errors)
+                 .trimmed()
+                 .section(u'\n', -1)
+                 .startsWith(file.fileName() + u":3: expected"_s),
+             run.errors);
+}
+
+// The line reader at the corners of its grammar: a "#" in quotes is text, quotes hold blanks
+// and nothing, a quote left open is refused at its line.
+void TestScripts::readerCorners_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("arguments"); // of the only step; empty with an error line
+    QTest::addColumn<int>("errorLine");
+    QTest::newRow("a # in quotes")
+        << QByteArray("\nexpect notice \"a # b\"") << QStringList{u"a # b"_s} << 0;
+    QTest::newRow("a comment right after quotes")
+        << QByteArray("expect notice \"a\"# b\n") << QStringList{u"a"_s} << 0;
+    QTest::newRow("empty quotes") << QByteArray("expect notice \"\"") << QStringList{QString()}
+                                  << 0;
+    QTest::newRow("blanks kept in quotes")
+        << QByteArray("expect notice \"  two  \"\t") << QStringList{u"  two  "_s} << 0;
+    QTest::newRow("a quote left open")
+        << QByteArray("click\n\nexpect notice \"a\n") << QStringList() << 3;
+}
+
+void TestScripts::readerCorners()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, arguments);
+    QFETCH(int, errorLine);
+    const ScriptOrError read = SessionScript::read(text);
+    if (errorLine > 0) {
+        QVERIFY(std::holds_alternative<ScriptError>(read));
+        QCOMPARE(std::get<ScriptError>(read).line, errorLine);
+        return;
+    }
+    QVERIFY(std::holds_alternative<QList<ScriptStep>>(read));
+    const QList<ScriptStep>& steps = std::get<QList<ScriptStep>>(read);
+    QCOMPARE(steps.size(), 1);
+    QCOMPARE(steps.first().command, u"expect notice"_s);
+    QCOMPARE(steps.first().arguments, arguments);
+    QCOMPARE(steps.first().quoted, QList<bool>{true});
 }
 
 QTEST_GUILESS_MAIN(TestScripts)

@@ -59,8 +59,10 @@ SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* pa
         bool ok = false;
         const int remembered =
             m_defaults->string(statusItemDefaultsKey()).value_or(QString()).toInt(&ok);
-        if (ok && remembered >= 0)
+        if (ok && remembered >= 0) {
             placeStatusItem(remembered);
+            m_scenario.statusItemFrame.reset();
+        }
     }
     republish();
 }
@@ -300,6 +302,7 @@ int SimDesktop::statusItemPlace() const
 
 void SimDesktop::setStatusItemPlace(int place)
 {
+    m_scenario.statusItemFrame.reset();
     placeStatusItem(place);
     rememberStatusItemPlace();
     republish();
@@ -350,6 +353,7 @@ void SimDesktop::moveStatusItem(double x)
         }
     }
     m_order.placeLeftOf(statusItemKey(), neighbour);
+    m_scenario.statusItemFrame.reset();
     rememberStatusItemPlace();
     republish();
     emit menuBarChanged();
@@ -389,7 +393,8 @@ QHash<SimBarKey, QList<SimDesktop::Slot>> SimDesktop::runningSlots() const
 
 // Right to left from the primary screen's right edge, in the order the bar remembers: items
 // of applications not running leave no gap, nor do hidden items; without a screen no item
-// has a place.
+// has a place. Tuckaway's icon stands where the scenario put it, when it did, until it is
+// moved; it keeps its place in the row.
 SimDesktop::Layout SimDesktop::computeLayout() const
 {
     const QHash<SimBarKey, QList<Slot>> running = runningSlots();
@@ -410,7 +415,9 @@ SimDesktop::Layout SimDesktop::computeLayout() const
             continue;
         const double width = slot.app->items.at(slot.index).width;
         right -= width;
-        const Rect frame{right, bar.y, width, bar.height};
+        const bool fixed = slot.app == own && m_scenario.statusItemFrame;
+        const Rect frame =
+            fixed ? *m_scenario.statusItemFrame : Rect{right, bar.y, width, bar.height};
         frames[slot.index] = frame;
         result.bar.append({slot.app->pid, slot.index, frame, slot.app == own});
     }

@@ -3,6 +3,7 @@
 #include "core/Identity.h"
 #include "core/Rect.h"
 #include "core/Result.h"
+#include "core/ScenarioLimits.h"
 #include "platform/sim/SimLoginItems.h"
 
 #include <QHashFunctions>
@@ -145,6 +146,9 @@ struct SimScenario {
     // Tuckaway's status item stands left of this many items of the bar (counted from the
     // right, hidden ones included) unless the user defaults remember another place.
     int statusItemPlace = 0;
+    // Accessibility space: Tuckaway's icon stands exactly there, whatever its place, until it
+    // is moved; nothing: the bar lays it out at its place.
+    std::optional<Rect> statusItemFrame;
     // Where the menu bar remembers items stood, right to left, applications not running
     // included. Items of running applications it leaves out follow in launch order, as items
     // the bar has never seen; Tuckaway's, when left out, stands at `statusItemPlace`.
@@ -158,7 +162,8 @@ struct SimScenario {
 //   { "osVersion": "...", "trusted": true, "requestCost": 0.0002,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
 //     "screenSets": {"laptop": [screen, ...], "docked": [...]},
-//     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null},
+//     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null}
+//                 or {"pid": 900, "frame": {"x","y","width","height"}, "bundle": ...},
 //     "framework": {"present": true, "answer": "success|error|exception|none",
 //                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
 //     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand", "holder": "Name",
@@ -173,17 +178,17 @@ struct SimScenario {
 // "width" in the bar, "actions", "positionSettable", "settableError", "children".
 namespace SimScenarioLoader {
 
-constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
-constexpr int maximumElements = 100000; // applications, their elements, remembered places
-constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
-constexpr int maximumScreens = 16;
+constexpr qint64 maximumFileBytes = ScenarioLimits::maximumFileBytes;
+constexpr int maximumElements = ScenarioLimits::maximumElements;
+constexpr int maximumDepth = ScenarioLimits::maximumDepth;
+constexpr int maximumScreens = ScenarioLimits::maximumScreens;
+constexpr double longestMenuBar = ScenarioLimits::longestMenuBar;
 constexpr int maximumScreenSets = 16;
 // Names no screen set takes: "none" is always the empty list, and "sleep" and "change" are
 // the system's other screen events.
 inline const QStringList reservedScreenSetNames{QStringLiteral("none"), QStringLiteral("sleep"),
                                                 QStringLiteral("change")};
 constexpr int maximumTakenShortcuts = 64;
-constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together
 
 // Fails with "<file>: <place>: <reason>", e.g.
 // "scenario.json: apps[3].items[0].frame.width: must not be negative".

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QSet>
+#include <algorithm>
 #include <limits>
 
 namespace tk {
@@ -351,12 +352,39 @@ void SimScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& sce
     const auto object = m_json.object(root.value("tuckaway"_L1), place);
     if (!object)
         return;
-    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1, "bundle"_L1});
+    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1, "frame"_L1, "bundle"_L1});
     readOwnBundle(*object, place, scenario);
     scenario.ownPid =
         qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(scenario.ownPid));
     scenario.statusItemPlace =
         int(m_json.integer(*object, "place"_L1, place, 0, int32Max).value_or(barItems));
+    scenario.statusItemFrame = readOwnFrame(*object, scenario.screens);
+}
+
+// Tuckaway's icon where a scenario puts it: on some screen, with an extent, and instead of
+// a place, never besides one.
+std::optional<Rect> SimScenarioReader::readOwnFrame(const QJsonObject& object,
+                                                    const QList<SimScreen>& screens)
+{
+    const QString place = u"tuckaway.frame"_s;
+    if (!object.contains("frame"_L1))
+        return std::nullopt;
+    if (object.contains("place"_L1))
+        m_json.fail(place, u"cannot be given together with place"_s);
+    const Rect frame = readRect(object.value("frame"_L1), place, Range::PositiveLength);
+    if (!m_json.ok())
+        return std::nullopt;
+    // Accessibility space runs down from the primary screen's top; screens' frames run up.
+    const double top = screens.value(0).frame.maxY();
+    const Rect onScreen{frame.x, top - (frame.y + frame.height), frame.width, frame.height};
+    const auto overlaps = [&onScreen](const SimScreen& screen) {
+        const Rect& s = screen.frame;
+        return onScreen.x < s.maxX() && onScreen.maxX() > s.x && onScreen.y < s.maxY() &&
+               onScreen.maxY() > s.y;
+    };
+    if (std::none_of(screens.cbegin(), screens.cend(), overlaps))
+        m_json.fail(place, u"lies outside every screen"_s);
+    return frame;
 }
 
 // Where the menu bar remembers items stood, right to left: items of running applications,
@@ -377,9 +405,11 @@ void SimScenarioReader::readRemembered(const QJsonObject& root, SimScenario& sce
         scenario.remembered.append(*key);
     }
     const auto own = SimBarKey::autosave(Identity::statusItemAutosaveName);
-    if (listed.contains(own) && root.value("tuckaway"_L1).toObject().contains("place"_L1))
-        m_json.fail(u"tuckaway.place"_s,
-                    u"cannot be given when remembered holds %1"_s.arg(own.name));
+    for (const auto key : {"place"_L1, "frame"_L1}) {
+        if (listed.contains(own) && root.value("tuckaway"_L1).toObject().contains(key))
+            m_json.fail(u"tuckaway."_s + key,
+                        u"cannot be given when remembered holds %1"_s.arg(own.name));
+    }
 }
 
 // One item: "bundle" or "pid" with its "item" index, or Tuckaway's "autosaveName".

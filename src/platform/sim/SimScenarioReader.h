@@ -33,6 +33,7 @@ private:
     void readLoginSwitch(const QJsonObject& object, const QString& place,
                          SimLoginItems::Behaviour& behaviour);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
+    std::optional<Rect> readOwnFrame(const QJsonObject& object, const QList<SimScreen>& screens);
     void readRemembered(const QJsonObject& root, SimScenario& scenario);
     std::optional<SimBarKey> readBarKey(const QJsonValue& value, const QString& place);
     void readOwnBundle(const QJsonObject& object, const QString& place, SimScenario& scenario);
