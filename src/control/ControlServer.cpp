@@ -18,7 +18,7 @@ const QString cannotOpen = u"No se pudo abrir el canal de control: %1"_s;
 } // namespace
 
 // One client: its request line, read as it arrives, and its answer. Goes when the client
-// does, when it is dropped, or once its answer is sent.
+// does, when it is dropped, or once its answer is sent; the server counts it until then.
 class ControlServer::Connection final : public QObject {
 public:
     Connection(QLocalSocket* socket, ControlServer& server)
@@ -29,17 +29,22 @@ public:
         // What a client sends beyond one line stays with the system, not in our memory.
         m_socket->setReadBufferSize(ControlProtocol::maximumLineLength + 1);
         connect(m_socket, &QLocalSocket::readyRead, this, &Connection::read);
-        connect(m_socket, &QLocalSocket::disconnected, this, &QObject::deleteLater);
+        connect(m_socket, &QLocalSocket::disconnected, this, &Connection::end);
         m_deadline->start(requestDeadline, false);
         read();
     }
-
-    ~Connection() override { m_server.forget(this); }
 
     void drop()
     {
         m_deadline->stop();
         m_socket->abort();
+        end();
+    }
+
+    // Its place is free at once; the object goes on a later turn.
+    void end()
+    {
+        m_server.forget(this);
         deleteLater();
     }
 
@@ -120,8 +125,7 @@ ControlServer::Started ControlServer::listen(const ControlEndpoint& endpoint)
 void ControlServer::close()
 {
     m_server->close();
-    const QSet<Connection*> connections = m_connections;
-    for (Connection* connection : connections)
+    for (Connection* connection : std::exchange(m_connections, {}))
         delete connection;
     m_lock.reset();
 }
