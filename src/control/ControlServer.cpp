@@ -115,6 +115,8 @@ ControlServer::Started ControlServer::listen(const ControlEndpoint& endpoint)
     // The lock is ours: a socket file there was left by a copy that ended without closing it.
     QLocalServer::removeServer(endpoint.socketPath);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    // As many clients as are served may be connecting at once without being turned away.
+    m_server->setListenBacklogSize(maximumClients);
     m_server->setMaxPendingConnections(maximumClients);
     if (!m_server->listen(endpoint.socketPath))
         return {Outcome::Failed, {cannotOpen, {m_server->errorString()}}};
