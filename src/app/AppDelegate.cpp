@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 
+#include "app/AppControl.h"
 #include "app/CommandLine.h"
 #include "app/DesktopServices.h"
 #include "app/SettingsWindow.h"
@@ -28,6 +29,7 @@ using namespace Qt::StringLiterals;
 namespace {
 const QString appliedNotice = u"Configuración aplicada."_s;
 const QString applyingNotice = u"Aplicando configuración…"_s;
+const QString otherCopyServes = u"Otra copia de Tuckaway atiende las órdenes de control."_s;
 } // namespace
 
 AppDelegate::AppDelegate(Platform& platform, QIODevice& errors, QObject* parent)
@@ -72,6 +74,7 @@ AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const Comm
     scheduleStartAction(commandLine.openSettings);
     connect(&m_desktop, &DesktopServices::reopenRequested, this,
             [this] { applicationShouldHandleReopen(); });
+    m_control = std::make_unique<AppControl>(*this, m_platform.workspace(), m_platform.time());
     return LaunchOutcome::Running;
 }
 
@@ -254,6 +257,8 @@ void AppDelegate::configureHotKey(const std::optional<HotKeySettings>& settings)
 
 void AppDelegate::applicationWillTerminate()
 {
+    if (m_control)
+        m_control->stopListening();
     m_hotKey.stop();
     if (m_interactionTimer) {
         m_interactionTimer->stop();
@@ -337,6 +342,18 @@ void AppDelegate::writeUIReport()
         report.separatorScreen = m_item->buttonFrameOnScreen();
     }
     report.write(*m_qaReportPath, m_item ? m_item->image() : QImage());
+}
+
+void AppDelegate::listenForControl()
+{
+    if (!m_control)
+        return;
+    const ControlServer::Started started = m_control->listen();
+    const QString language = m_preferences.language();
+    if (started.outcome == ControlServer::Outcome::Failed)
+        m_errors.write((started.failure.in(language) + u'\n').toUtf8());
+    else if (started.outcome == ControlServer::Outcome::OtherCopyServes)
+        m_errors.write((text(otherCopyServes) + u'\n').toUtf8());
 }
 
 QString AppDelegate::text(const QString& spanish) const

@@ -18,6 +18,7 @@ class QWidget;
 
 namespace tk {
 
+class AppControl;
 class DesktopServices;
 class Platform;
 struct ExportedDesktop;
@@ -65,7 +66,11 @@ public:
     void clickStatusItem(const StatusItemEvent& event);
     void toggleVisibility();
     void collapse();
+    // Lifts the hiding, and the auto-collapse countdown starts.
+    void expand();
     void showAll();
+    // Reaches one hidden application's icon: for now by showing the whole group.
+    void revealHiddenApplication(const QString& bundle);
     void refresh();
     void tick();
     void shortcutPressed();
@@ -81,6 +86,11 @@ public:
     void applySettings();
 
     void writeUIReport();
+
+    // The control interface starts listening for this user's clients; a failure is said on
+    // the error stream. Only a launch that left the application running has one.
+    void listenForControl();
+    AppControl* control() const { return m_control.get(); }
 
     Inspector& inspector() { return m_inspector; }
     Preferences& preferences() { return m_preferences; }
@@ -158,6 +168,7 @@ private:
     std::optional<double> m_hoverBegan;
     qint64 m_collapseGeneration = 0;
     std::optional<QString> m_qaReportPath;
+    std::unique_ptr<AppControl> m_control; // first to go: it calls on everything above
 };
 
 } // namespace tk

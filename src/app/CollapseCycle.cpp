@@ -56,8 +56,18 @@ void AppDelegate::toggleVisibility()
         collapse();
         return;
     }
+    expand();
+}
+
+void AppDelegate::expand()
+{
     m_visibility.restore();
     m_expandedAt = now();
+}
+
+void AppDelegate::revealHiddenApplication([[maybe_unused]] const QString& bundle)
+{
+    expand();
 }
 
 // The icons' positions are read afresh before every collapse; whatever raises the

@@ -202,6 +202,7 @@ const QHash<QString, Check>& commands()
         {u"pointer"_s, checkPointer},
         {u"button"_s, word({u"down"_s, u"up"_s}, u"the button"_s)},
         {u"wait"_s, exactly(1)}, // the number is checked with the running total
+        {u"serve"_s, exactly(1)}, // likewise
         {u"shortcut"_s, none()},
         {u"launch"_s, exactly(2, [](const QStringList& a) { return checkApplication(a[0]); })},
         {u"quit"_s, exactly(1, [](const QStringList& a) { return checkApplication(a[0]); })},
@@ -392,10 +393,10 @@ ScriptOrError SessionScript::read(const QByteArray& bytes)
             return ScriptError{lineNumber, *error};
         ScriptStep& parsed = std::get<ScriptStep>(step);
         parsed.line = lineNumber;
-        if (parsed.command == u"wait") {
+        if (parsed.command == u"wait" || parsed.command == u"serve") {
             const std::optional<double> seconds = number(parsed.arguments[0], maximumWait);
             if (!seconds || *seconds < 0.0)
-                return ScriptError{lineNumber, u"wait: SECONDS must be a number from 0 to %1"_s.arg(maximumWait)};
+                return ScriptError{lineNumber, u"%1: SECONDS must be a number from 0 to %2"_s.arg(parsed.command).arg(maximumWait)};
             totalWait += *seconds;
             if (totalWait > maximumTotalWait)
                 return ScriptError{lineNumber, u"the script waits more than %1 seconds in all"_s.arg(maximumTotalWait)};

@@ -255,6 +255,9 @@ void TestScripts::readerRefuses_data()
     row("negative wait", "wait -1", 1, u"wait: SECONDS must be a number from 0 to 3600"_s);
     row("waits too long in all", QByteArray("wait 3600\n").repeated(25), 25,
         u"the script waits more than 86400 seconds in all"_s);
+    row("serving counts as waiting", QByteArray("serve 3600\nwait 3600\n").repeated(13), 25,
+        u"the script waits more than 86400 seconds in all"_s);
+    row("serve by a word", "serve forever", 1, u"serve: SECONDS must be a number from 0 to 3600"_s);
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
