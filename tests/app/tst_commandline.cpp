@@ -70,7 +70,7 @@ void TestCommandLine::control_data()
 {
     QTest::addColumn<QStringList>("arguments"); // after the program path
     QTest::addColumn<std::optional<ControlRequest>>("request");
-    QTest::addColumn<QString>("misuse"); // a part of the Spanish sentence; empty for none
+    QTest::addColumn<QString>("misuse"); // words of the Spanish sentence; empty for none
     const auto sent = [](const char* name, const QStringList& arguments, ControlCommand command,
                          const QString& application = {}) {
         QTest::newRow(name) << arguments << std::optional(ControlRequest{command, application})

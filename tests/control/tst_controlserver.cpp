@@ -239,7 +239,7 @@ void TestControlServer::outcomesAndRefusals_data()
     QTest::addColumn<Before>("before");
     QTest::addColumn<QByteArray>("request");
     QTest::addColumn<QString>("state");  // after the request; empty when refused
-    QTest::addColumn<QString>("reason"); // a part of the refusal's reason
+    QTest::addColumn<QString>("reason"); // words of the refusal's reason
     const auto row = [](const char* name, Before before, const QByteArray& request,
                         const QString& state, const QString& reason = {}) {
         QTest::newRow(name) << before << request << state << reason;
@@ -376,7 +376,7 @@ void TestControlServer::addressesFromTheSystem_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("state");
-    QTest::addColumn<QString>("notice"); // a part of it; empty: the notice stays as it was
+    QTest::addColumn<QString>("notice"); // words of it; empty: the notice stays as it was
     QTest::newRow("collapse") << u"tuckaway://collapse"_s << u"hidden"_s
                               << u"Configuración aplicada."_s;
     QTest::newRow("a refusal is the notice")
@@ -429,7 +429,7 @@ void TestControlServer::endpointFolders_data()
     QTest::addColumn<QString>("runtime");   // "private", "open", "relative" or none
     QTest::addColumn<QString>("temporary"); // what stands at tuckaway-UID before
     QTest::addColumn<bool>("create");
-    QTest::addColumn<QString>("expected"); // "runtime", "temporary", or a part of the refusal
+    QTest::addColumn<QString>("expected"); // "runtime", "temporary", or words of the refusal
     const auto row = [](const char* name, const QString& runtime, const QString& temporary,
                         bool create, const QString& expected) {
         QTest::newRow(name) << runtime << temporary << create << expected;
