@@ -210,16 +210,6 @@ void TestAutomation::misusedSwitchesSendNothing_data()
         << QStringList{u"--reveal"_s}
         << english(u"Tuckaway: --reveal necesita el identificador de bundle de una app oculta, "
                    u"por ejemplo --reveal com.example.app."_s);
-    QTest::newRow("two control switches")
-        << QStringList{u"--collapse"_s, u"--expand"_s}
-        << english(u"Tuckaway: %1 y %2 no se pueden dar juntas: una orden de control cada vez. "
-                   u"No se ha enviado nada."_s)
-               .arg(u"--collapse"_s, u"--expand"_s);
-    QTest::newRow("with another run")
-        << QStringList{u"--collapse"_s, u"--script"_s, script(u"collapse.script"_s)}
-        << english(u"Tuckaway: %1 no se puede combinar con %2: cada uno es una ejecución aparte. "
-                   u"No se ha hecho nada."_s)
-               .arg(u"--collapse"_s, u"--script"_s);
     QTest::newRow("an address not understood")
         << QStringList{u"tuckaway://hide"_s}
         << english(u"Tuckaway no entiende la dirección %1: admite tuckaway://collapse, expand, "
