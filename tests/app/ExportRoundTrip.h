@@ -51,7 +51,9 @@ inline QString itemLine(const ExternalItem& item)
 inline Seen seen(SimPlatform& platform, const ScanResult& result, const std::optional<Rect>& icon)
 {
     Seen seen;
-    seen.lines = result.report.split(u'\n').mid(2);
+    // The system's version may itself run over several lines.
+    const qsizetype systemLines = platform.desktop().operatingSystemVersion().count(u'\n') + 1;
+    seen.lines = result.report.split(u'\n').mid(1 + systemLines);
     QList<PositionedItem> positioned;
     for (const ExternalItem& item : result.items) {
         seen.lines << itemLine(item);
