@@ -156,7 +156,7 @@ void scannerAboveTheSeam(benchmark::State& state)
     state.SetLabel("target: perElement <= 1 us");
 }
 
-SimScenario largeDesktop(int applications)
+SimScenario flatDesktop(int applications, int items)
 {
     SimScenario scenario = SimScenarioLoader::builtIn();
     scenario.applications.clear();
@@ -165,10 +165,23 @@ SimScenario largeDesktop(int applications)
         app.pid = 1000 + i;
         app.bundleIdentifier = QStringLiteral("com.example.app%1").arg(i);
         app.name = QStringLiteral("App %1").arg(i);
-        for (int j = 0; j < itemsPerApplication; ++j) {
+        for (int j = 0; j < items; ++j) {
             SimElement item;
             item.role = SimText::of(QStringLiteral("AXMenuBarItem"));
             item.title = SimText::of(QStringLiteral("Item %1").arg(j));
+            item.actions = QStringList{QStringLiteral("AXPress")};
+            app.items << item;
+        }
+        scenario.applications << app;
+    }
+    return scenario;
+}
+
+SimScenario largeDesktop(int applications)
+{
+    SimScenario scenario = flatDesktop(applications, itemsPerApplication);
+    for (SimApplication& app : scenario.applications) {
+        for (SimElement& item : app.items) {
             item.actions = QStringList{QStringLiteral("AXPress"), QStringLiteral("AXShowMenu")};
             item.positionSettable = true;
             for (int k = 0; k < childrenPerItem; ++k) {
@@ -178,9 +191,7 @@ SimScenario largeDesktop(int applications)
                 child.children << SimElement{};
                 item.children << child;
             }
-            app.items << item;
         }
-        scenario.applications << app;
     }
     return scenario;
 }
@@ -250,26 +261,6 @@ private:
     bool m_single;
 };
 
-SimScenario flatDesktop(int applications, int items)
-{
-    SimScenario scenario = SimScenarioLoader::builtIn();
-    scenario.applications.clear();
-    for (int i = 0; i < applications; ++i) {
-        SimApplication app;
-        app.pid = 1000 + i;
-        app.bundleIdentifier = QStringLiteral("com.example.app%1").arg(i);
-        app.name = QStringLiteral("App %1").arg(i);
-        for (int j = 0; j < items; ++j) {
-            SimElement item;
-            item.role = SimText::of(QStringLiteral("AXMenuBarItem"));
-            item.title = SimText::of(QStringLiteral("Item %1").arg(j));
-            item.actions = QStringList{QStringLiteral("AXPress")};
-            app.items << item;
-        }
-        scenario.applications << app;
-    }
-    return scenario;
-}
 
 // One scan's round trips on a desktop, at the scenario's cost per request.
 double printRoundTrips(const char* desktopName, const SimScenario& scenario, bool single)
