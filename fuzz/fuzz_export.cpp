@@ -5,6 +5,23 @@
 
 using namespace tk;
 
+namespace {
+
+// The first line where the replay saw otherwise, for whoever reads the finding.
+void sayFirstDifference(const roundtrip::Seen& original, const roundtrip::Seen& replayed)
+{
+    const qsizetype lines = std::max(original.lines.size(), replayed.lines.size());
+    for (qsizetype i = 0; i < lines; ++i) {
+        if (original.lines.value(i) != replayed.lines.value(i)) {
+            std::fprintf(stderr, "original: %s\nreplayed: %s\n",
+                         qPrintable(original.lines.value(i)), qPrintable(replayed.lines.value(i)));
+            return;
+        }
+    }
+}
+
+} // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     fuzz::ensureApplication();
@@ -15,6 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::check(outcome.refusal.isEmpty() ||
                     ScenarioExport::beyondLoaderLimits(outcome.json).has_value(),
                 "an export the loader refuses is one the export check stops");
+    if (outcome.refusal.isEmpty() && outcome.replayed != outcome.original)
+        sayFirstDifference(outcome.original, outcome.replayed);
     fuzz::check(!outcome.refusal.isEmpty() || outcome.replayed == outcome.original,
                 "the replay scans and decides as the desktop it came from");
     return 0;

@@ -4,6 +4,8 @@
 # invariant; the input that caused it is left in build-fuzz/findings/.
 #   scripts/fuzz.sh            short smoke run of every target
 #   scripts/fuzz.sh 600        a longer run: ten minutes per target
+# The random seed is fixed (1) so that a run can be played again; TUCKAWAY_FUZZ_SEED=0 lets
+# libFuzzer pick one, any other number is the seed.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 # Where ccache is installed, builds of any clone of the repository share its cache.
@@ -40,7 +42,7 @@ for target in $targets; do
         *) [ -d "$root/fuzz/corpus/$name" ] && seeds=("$root/fuzz/corpus/$name") ;;
     esac
     echo "== $target: ${seconds}s =="
-    if ! "$build/fuzz/$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+    if ! "$build/fuzz/$target" -seed="${TUCKAWAY_FUZZ_SEED:-1}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
         -max_len=65536 -print_final_stats=1 -artifact_prefix="$build/findings/$name-" \
         "$corpus" "${seeds[@]}" >"$build/$target.log" 2>&1; then
         tail -n 40 "$build/$target.log" >&2

@@ -32,10 +32,7 @@ AXAttribute RecordingAccessibility::attribute(const AXElementRef& element, const
 {
     AXAttribute answer = m_inner.attribute(element, name);
     const QMutexLocker lock(&m_mutex);
-    Answers& recorded = m_answers[element.get()];
-    recorded.attributes.insert(name, answer);
-    recorded.noteRequest(answer.error != AXResult::cannotComplete);
-    m_kept.append(element);
+    noteRequest(element, answer.error != AXResult::cannotComplete).attributes.insert(name, answer);
     return answer;
 }
 
@@ -44,14 +41,12 @@ QList<AXAttribute> RecordingAccessibility::attributes(const AXElementRef& elemen
 {
     QList<AXAttribute> answers = m_inner.attributes(element, names);
     const QMutexLocker lock(&m_mutex);
-    Answers& recorded = m_answers[element.get()];
-    bool answered = true;
-    for (qsizetype i = 0; i < names.size() && i < answers.size(); ++i) {
+    const bool answered = std::none_of(answers.cbegin(), answers.cend(), [](const AXAttribute& a) {
+        return a.error == AXResult::cannotComplete;
+    });
+    Answers& recorded = noteRequest(element, answered);
+    for (qsizetype i = 0; i < names.size() && i < answers.size(); ++i)
         recorded.attributes.insert(names.at(i), answers.at(i));
-        answered = answered && answers.at(i).error != AXResult::cannotComplete;
-    }
-    recorded.noteRequest(answered);
-    m_kept.append(element);
     return answers;
 }
 
@@ -59,11 +54,7 @@ std::optional<QStringList> RecordingAccessibility::actionNames(const AXElementRe
 {
     std::optional<QStringList> answer = m_inner.actionNames(element);
     const QMutexLocker lock(&m_mutex);
-    Answers& recorded = m_answers[element.get()];
-    recorded.actions = answer;
-    if (answer)
-        recorded.noteRequest(true);
-    m_kept.append(element);
+    noteRequest(element, answer.has_value()).actions = answer;
     return answer;
 }
 
@@ -72,11 +63,17 @@ AXSettable RecordingAccessibility::isAttributeSettable(const AXElementRef& eleme
 {
     const AXSettable answer = m_inner.isAttributeSettable(element, name);
     const QMutexLocker lock(&m_mutex);
-    Answers& recorded = m_answers[element.get()];
-    recorded.settable = answer;
-    recorded.noteRequest(answer.error != AXResult::cannotComplete);
-    m_kept.append(element);
+    noteRequest(element, answer.error != AXResult::cannotComplete).settable = answer;
     return answer;
+}
+
+RecordingAccessibility::Answers& RecordingAccessibility::noteRequest(const AXElementRef& element,
+                                                                    bool answered)
+{
+    Answers& recorded = m_answers[element.get()];
+    recorded.requests.append({m_requests++, answered});
+    m_kept.append(element);
+    return recorded;
 }
 
 std::optional<RecordingAccessibility::Answers>
@@ -175,27 +172,39 @@ QJsonObject elementObject(const RecordingAccessibility& recording, const AXEleme
     return object;
 }
 
-// The requests an application answered before the first it left unanswered, as the recording
-// kept them: each element is asked each thing once by a scan.
-struct Answered {
-    qint64 count = 0;
-    bool hung = false;
-};
-
-void countAnswers(const RecordingAccessibility& recording, const AXElementRef& element,
-                  Answered& answered)
+// Every request made to an element of an application's tree, as the recording kept them: each
+// element is asked each thing once by a scan.
+void gatherRequests(const RecordingAccessibility& recording, const AXElementRef& element,
+                    QList<RecordingAccessibility::Answers::Request>& requests)
 {
     const std::optional<RecordingAccessibility::Answers> a = recording.answers(element);
     if (!a)
         return;
-    answered.count += a->answeredRequests;
-    answered.hung = answered.hung || a->leftUnanswered;
+    requests += a->requests;
     for (const AXAttribute& attribute : a->attributes) {
         if (attribute.kind == AXAttribute::Kind::Element)
-            countAnswers(recording, attribute.element, answered);
+            gatherRequests(recording, attribute.element, requests);
         for (const AXElementRef& child : attribute.elements)
-            countAnswers(recording, child, answered);
+            gatherRequests(recording, child, requests);
     }
+}
+
+// How many requests an application answered before it stopped answering: those before the
+// unanswered ones that end its scan. One left unanswered and followed by an answer was an
+// element's own failure, not the application hanging; nothing when none hung.
+std::optional<qint64> answersBeforeHanging(const RecordingAccessibility& recording,
+                                           const AXElementRef& application)
+{
+    QList<RecordingAccessibility::Answers::Request> requests;
+    gatherRequests(recording, application, requests);
+    std::sort(requests.begin(), requests.end(),
+              [](const auto& a, const auto& b) { return a.sequence < b.sequence; });
+    qsizetype hangsAt = requests.size();
+    while (hangsAt > 0 && !requests.at(hangsAt - 1).answered)
+        --hangsAt;
+    if (hangsAt == requests.size())
+        return std::nullopt;
+    return hangsAt;
 }
 
 // An item of the menu bar as the scan read it, under the key the bar remembers it by.
@@ -242,10 +251,8 @@ QJsonObject applicationObject(const RecordingAccessibility& recording,
         object.insert(u"extrasMenuBar"_s, false);
         return object;
     }
-    Answered answered;
-    countAnswers(recording, recording.application(running.pid), answered);
-    if (answered.hung)
-        object.insert(u"answersBeforeHanging"_s, answered.count);
+    if (const auto answered = answersBeforeHanging(recording, recording.application(running.pid)))
+        object.insert(u"answersBeforeHanging"_s, *answered);
     QJsonArray items;
     if (const std::optional<RecordingAccessibility::Answers> bar = recording.answers(extras->element))
         items = childrenOf(recording, *bar, 0);

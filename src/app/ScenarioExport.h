@@ -22,16 +22,13 @@ public:
         QHash<QString, AXAttribute> attributes;
         std::optional<std::optional<QStringList>> actions;
         std::optional<AXSettable> settable;
-        qint64 answeredRequests = 0; // round trips, however many attributes each asked for
-        bool leftUnanswered = false; // one of them did not answer in time
-
-        void noteRequest(bool answered)
-        {
-            if (answered)
-                ++answeredRequests;
-            else
-                leftUnanswered = true;
-        }
+        // Every round trip to the element, however many attributes it asked for: when it
+        // was made among all the recording saw, and whether an answer came back in time.
+        struct Request {
+            qint64 sequence = 0;
+            bool answered = false;
+        };
+        QList<Request> requests;
     };
 
     explicit RecordingAccessibility(Accessibility& inner) : m_inner(inner) {}
@@ -48,12 +45,15 @@ public:
 
     // Nothing when the element was never asked anything.
     std::optional<Answers> answers(const AXElementRef& element) const;
+    // The element's answers, with the request just made noted; the lock is held.
+    Answers& noteRequest(const AXElementRef& element, bool answered);
     AXElementRef application(qint32 pid) const;
 
 private:
     Accessibility& m_inner;
     mutable QMutex m_mutex;
     QHash<const AXElement*, Answers> m_answers;
+    qint64 m_requests = 0;
     QHash<qint32, AXElementRef> m_applications;
     QList<AXElementRef> m_kept; // the keys stay valid while the recording lives
 };

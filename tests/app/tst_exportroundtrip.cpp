@@ -224,19 +224,22 @@ void TestExportRoundTrip::numbersAndTextsReadBackEqual()
 }
 
 // An application that stops answering mid-scan is written with the requests it answered,
-// one that never answered or never stopped without them; a missing framework as missing.
+// one that never answered or never stopped without them, nor one whose element timed out
+// once and answered again; a missing framework as missing.
 void TestExportRoundTrip::hangingAndTheFrameworkAsTheDesktopHadThem_data()
 {
     QTest::addColumn<std::optional<qint64>>("answers");
     QTest::addColumn<bool>("framework");
     QTest::addColumn<QJsonValue>("written");
-    QTest::newRow("never stops") << std::optional<qint64>() << true
-                                 << QJsonValue(QJsonValue::Undefined);
-    QTest::newRow("never answers")
-        << std::optional<qint64>(0) << true << QJsonValue(QJsonValue::Undefined);
-    QTest::newRow("after one") << std::optional<qint64>(1) << false << QJsonValue(1);
-    QTest::newRow("after five") << std::optional<qint64>(5) << true << QJsonValue(5);
-    QTest::newRow("after eleven") << std::optional<qint64>(11) << false << QJsonValue(11);
+    QTest::addColumn<qint32>("settableError");
+    const QJsonValue none(QJsonValue::Undefined);
+    QTest::newRow("never stops") << std::optional<qint64>() << true << none << 0;
+    QTest::newRow("never answers") << std::optional<qint64>(0) << true << none << 0;
+    QTest::newRow("after one") << std::optional<qint64>(1) << false << QJsonValue(1) << 0;
+    QTest::newRow("after five") << std::optional<qint64>(5) << true << QJsonValue(5) << 0;
+    QTest::newRow("after eleven") << std::optional<qint64>(11) << false << QJsonValue(11) << 0;
+    QTest::newRow("an element's timeout, then answers")
+        << std::optional<qint64>() << true << none << AXResult::cannotComplete;
 }
 
 void TestExportRoundTrip::hangingAndTheFrameworkAsTheDesktopHadThem()
@@ -244,13 +247,16 @@ void TestExportRoundTrip::hangingAndTheFrameworkAsTheDesktopHadThem()
     QFETCH(std::optional<qint64>, answers);
     QFETCH(bool, framework);
     QFETCH(QJsonValue, written);
+    QFETCH(qint32, settableError);
     SimScenario scenario;
     scenario.framework.present = framework;
     SimElement item;
     item.role = SimText::of(u"AXMenuBarItem"_s);
     item.children = {item, item};
+    SimElement first = item;
+    first.settableError = settableError;
     scenario.applications.append(
-        {2, u"com.example.one"_s, std::nullopt, 0.0, answers, true, {item, item}});
+        {2, u"com.example.one"_s, std::nullopt, 0.0, answers, true, {first, item}});
     const roundtrip::Outcome outcome = roundtrip::exportAndReplay(scenario);
     const QJsonObject root = QJsonDocument::fromJson(outcome.json).object();
     const QJsonObject app = root.value(u"apps"_s).toArray().first().toObject();
