@@ -23,16 +23,12 @@ const QString positionAttribute = QStringLiteral("AXPosition");
 const QString sizeAttribute = QStringLiteral("AXSize");
 const QString childrenAttribute = QStringLiteral("AXChildren");
 
-// What the walk reads of every element in one request: whether it is an item and what it is
-// called.
-const QStringList elementAttributes = {roleAttribute, titleAttribute, descriptionAttribute};
-enum ElementAttribute { Role, Title, Description };
-// Where an item stands, read after its actions and whether it can be moved; with what lies
-// below it while there is time to visit it.
+// What the walk reads of every element, in one request: whether it is an item, what it is
+// called, where it stands and what lies below it. Each attribute keeps its own result.
+const QStringList elementAttributes = {roleAttribute,     titleAttribute, descriptionAttribute,
+                                       positionAttribute, sizeAttribute,  childrenAttribute};
+enum ElementAttribute { Role, Title, Description, Position, Size, Children };
 const QStringList frameAttributes = {positionAttribute, sizeAttribute};
-const QStringList frameAndChildrenAttributes = {positionAttribute, sizeAttribute,
-                                                childrenAttribute};
-enum PlaceAttribute { Position, Size, ItemChildren };
 
 bool readsAs(const AXAttribute& attribute, AXAttribute::Kind kind)
 {
@@ -214,13 +210,10 @@ private:
         // A timeout set on an element does not carry to the elements read from it.
         m_ax.setMessagingTimeout(element, messagingTimeout);
         QList<AXAttribute> read = m_ax.attributes(element, elementAttributes);
-        const bool item = isItemRole(read[Role]);
-        AXAttribute children = item ? record(element, path, read) : AXAttribute();
-        // No child would be visited: a request now could only overrun the deadline.
-        if (pastDeadline())
-            return;
-        if (!item)
-            children = m_ax.attribute(element, childrenAttribute);
+        if (isItemRole(read[Role]))
+            record(element, path, read);
+        // Past the deadline, no child is visited: each visit looks at the time first.
+        const AXAttribute& children = read[Children];
         if (!readsAs(children, AXAttribute::Kind::ElementList))
             return;
         for (qsizetype i = 0; i < children.elements.size(); ++i)
@@ -244,18 +237,16 @@ private:
         return QStringLiteral("Icono sin etiqueta");
     }
 
-    // Records the item; answers its children when they could be read in the same request as
-    // its frame.
-    AXAttribute record(const AXElementRef& element, const Path& path, QList<AXAttribute>& read)
+    // Records the item: only its actions and whether it can be moved take requests of their
+    // own.
+    void record(const AXElementRef& element, const Path& path, QList<AXAttribute>& read)
     {
         ExternalItem& item = items.emplaceBack();
         item.title = titleOf(read);
         if (std::optional<QStringList> actions = m_ax.actionNames(element))
             item.actions = std::move(*actions);
         const AXSettable settable = m_ax.isAttributeSettable(element, positionAttribute);
-        QList<AXAttribute> place = m_ax.attributes(
-            element, pastDeadline() ? frameAttributes : frameAndChildrenAttributes);
-        item.frame = frameOf(place[Position], place[Size]);
+        item.frame = frameOf(read[Position], read[Size]);
         item.bundleID = m_app->bundle;
         item.app = m_appName;
         m_text.clear();
@@ -266,7 +257,6 @@ private:
         item.element = element;
         item.positionWritable = settable.settable && settable.error == AXResult::success;
         appendReportLine(item, settable);
-        return place.size() > ItemChildren ? std::move(place[ItemChildren]) : AXAttribute();
     }
 
     void appendReportLine(const ExternalItem& item, const AXSettable& settable)

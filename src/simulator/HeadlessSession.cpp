@@ -19,30 +19,11 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <limits>
 
 namespace tk {
 
 using namespace Qt::StringLiterals;
-
-// Keeps the scans that the application starts from answering until the session lets them
-// run, so that what a step leaves behind (a scan under way) is what the next expectation
-// sees, and every line is printed at the same virtual time whatever the machine's load.
-class ScanGate {
-public:
-    explicit ScanGate(SimAccessibility& accessibility) : m_accessibility(accessibility)
-    {
-        close();
-    }
-    ~ScanGate() { open(); }
-    ScanGate(const ScanGate&) = delete;
-    ScanGate& operator=(const ScanGate&) = delete;
-
-    void open() { m_accessibility.holdAnswers(false); }
-    void close() { m_accessibility.holdAnswers(true); }
-
-private:
-    SimAccessibility& m_accessibility;
-};
 
 namespace {
 
@@ -69,9 +50,18 @@ HeadlessSession::HeadlessSession(SimPlatform& platform, AppDelegate& app, QTextS
       m_context(platform, app, out, errors, std::move(pictureDirectory)),
       m_printer(m_context), m_steps(m_context, m_printer)
 {
+    // Scans move with the script's clock from the launch's own on: they stop at every request
+    // until a wait lets the clock reach its end, so every line is printed at the same virtual
+    // time whatever the machine's load.
+    if (m_context.time)
+        m_context.time->setPaced(true);
 }
 
-HeadlessSession::~HeadlessSession() = default;
+HeadlessSession::~HeadlessSession()
+{
+    if (m_context.time)
+        m_context.time->setPaced(false);
+}
 
 QByteArray HeadlessSession::builtInScript()
 {
@@ -125,12 +115,15 @@ void HeadlessSession::play()
         m_context.appQuit = true;
         refuseStepsAfterQuit();
     });
-    m_gate = std::make_unique<ScanGate>(m_context.platform.simulatedAccessibility());
     m_context.started = m_context.time->now();
     m_printer.print(
         m_printer.text(u"Tuckaway · sesión sin pantalla en el escritorio simulado"_s));
     m_printer.watch();
+    // The launch's own scan is over, on the clock, before the first step.
     settle();
+    while (m_context.app.inspector().isScanning() &&
+           stepClock(std::numeric_limits<double>::infinity())) {
+    }
     StepOutcome outcome;
     for (qsizetype i = 0; i < m_script.size(); ++i) {
         m_next = i + 1;
@@ -157,7 +150,6 @@ void HeadlessSession::conclude(const StepOutcome& outcome)
 {
     if (m_context.ended)
         return;
-    m_gate.reset();
     if (outcome.exitCode != 0) {
         m_context.errors << m_source << u":"_s << outcome.failure << Qt::endl;
     } else {
@@ -168,6 +160,7 @@ void HeadlessSession::conclude(const StepOutcome& outcome)
                                     QDir(m_context.pictureDirectory).absolutePath())));
     }
     m_context.ended = true; // the quit sequence that follows is not the script's
+    m_context.time->setPaced(false);
     // A script that quits Tuckaway ends with the quit, unless steps were left that cannot run.
     if (!m_context.appQuit || outcome.exitCode != 0)
         Q_EMIT finished(outcome.exitCode);
@@ -205,9 +198,9 @@ StepOutcome HeadlessSession::act(const ScriptStep& step)
     return {};
 }
 
-// The scan under way runs on until it comes to the application and waits there while the
-// permission changes, then for the next step as any scan does; without a scan under way,
-// or when it ends first, the permission changes then.
+// The scan under way runs on, and time with it, until it comes to the application and waits
+// there while the permission changes; without a scan under way, or when it ends first, the
+// permission changes then.
 StepOutcome HeadlessSession::setPermissionDuringScan(bool granted, const QString& application)
 {
     const std::optional<qint32> pid = runningPid(m_context.platform, application);
@@ -215,27 +208,51 @@ StepOutcome HeadlessSession::setPermissionDuringScan(bool granted, const QString
         return {2, u"no application %1 is running"_s.arg(application)};
     SimAccessibility& accessibility = m_context.platform.simulatedAccessibility();
     accessibility.holdAnswersWhen([pid](qint32 to) { return to == *pid; });
-    const QDeadlineTimer limit{std::chrono::seconds{realTimeLimitPerScan}};
-    while (m_context.app.inspector().isScanning() && !limit.hasExpired() &&
-           !accessibility.waitForHeldWalk(std::chrono::milliseconds(10)))
-        QCoreApplication::processEvents();
+    settle();
+    while (m_context.app.inspector().isScanning() && !walkHeld() &&
+           stepClock(std::numeric_limits<double>::infinity())) {
+    }
     m_context.platform.desktop().setTrusted(granted);
-    m_gate->close();
+    accessibility.holdAnswers(false);
     return {};
 }
 
-// What happened since the last step is over: scans ended, answers delivered.
+// Until what the steps started is over or waits for the clock: answers delivered, a scan
+// ended or stopped at its next request.
 void HeadlessSession::settle()
 {
-    m_gate->open();
     drain();
     const QDeadlineTimer limit{std::chrono::seconds{realTimeLimitPerScan}};
-    while (m_context.app.inspector().isScanning() && !limit.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    drain();
-    m_gate->close();
+    while (m_context.app.inspector().isScanning() && !m_context.time->nextWaking() &&
+           !walkHeld() && !limit.hasExpired()) {
+        m_context.time->waitForSleeper(std::chrono::milliseconds(2));
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 2);
+    }
     drain();
     m_printer.printHidden();
+}
+
+bool HeadlessSession::walkHeld() const
+{
+    return m_context.platform.simulatedAccessibility().waitForHeldWalk(
+        std::chrono::milliseconds(0));
+}
+
+// Lets the clock reach the next moment something happens, no later than `end`: the next
+// request of a scan ends, or the next timer fires; what follows from it is over on return.
+bool HeadlessSession::stepClock(double end)
+{
+    VirtualTimeSource& time = *m_context.time;
+    const std::optional<double> timer = time.nextDue();
+    const std::optional<double> waking = time.nextWaking();
+    if (waking && *waking <= end && (!timer || *waking <= *timer))
+        time.wake(*waking);
+    else if (timer && *timer <= end)
+        time.advance(std::max(0.0, *timer - time.now()));
+    else
+        return false;
+    settle();
+    return true;
 }
 
 // Runs what the main thread has been handed, including what that hands on.
@@ -245,15 +262,12 @@ void HeadlessSession::drain()
         QCoreApplication::processEvents();
 }
 
-// Time moves from one timer to the next, each one's work over before the next one fires.
+// Time moves from one moment to the next, each one's work over before the next comes.
 void HeadlessSession::waitFor(double seconds)
 {
     VirtualTimeSource& time = *m_context.time;
     const double end = time.now() + seconds;
-    for (std::optional<double> due = time.nextDue(); due && *due <= end && !m_context.appQuit;
-         due = time.nextDue()) {
-        time.advance(std::max(0.0, *due - time.now()));
-        settle();
+    while (!m_context.appQuit && stepClock(end)) {
     }
     time.advance(std::max(0.0, end - time.now()));
 }
@@ -307,19 +321,14 @@ void HeadlessSession::followClock(double seconds)
         if (elapsed >= seconds || m_context.appQuit)
             loop.quit();
     });
-    m_gate->open();
     pace.start(clockStep);
     loop.exec();
-    m_gate->close();
 }
 
 void HeadlessSession::advanceTo(double target)
 {
     VirtualTimeSource& time = *m_context.time;
-    for (std::optional<double> due = time.nextDue(); due && *due <= target && !m_context.appQuit;
-         due = time.nextDue()) {
-        time.advance(std::max(0.0, *due - time.now()));
-        drain();
+    while (!m_context.appQuit && stepClock(target)) {
     }
     time.advance(std::max(0.0, target - time.now()));
 }

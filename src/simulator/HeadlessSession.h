@@ -15,14 +15,15 @@ class QTextStream;
 namespace tk {
 
 class AppDelegate;
-class ScanGate;
 class SimPlatform;
 
 // A scripted session on the simulated desktop and virtual time: the steps of a script (a
 // person's clicks, pointer moves, shortcut presses, launches, waits) go through the same
 // paths as in the simulator window, and every step, state change and status line is printed
-// with its virtual time, in the interface language. Scans run only while the session lets
-// time settle, so the same script prints the same lines whatever the machine's load. A run
+// with its virtual time, in the interface language. Scans move with that time: a request to
+// another application ends only when a wait lets the clock reach its end, so a scan started
+// by a step is under way until waits cover it, and the same script prints the same lines
+// whatever the machine's load. A run
 // without a display plays the built-in script, which also saves pictures of the menu bar.
 // A script's "serve" step opens the control interface for a while of the machine's own time.
 // The session runs the script on virtual time; `SessionSteps` carries out its steps,
@@ -62,6 +63,8 @@ private:
     StepOutcome act(const ScriptStep& step);
     StepOutcome setPermissionDuringScan(bool granted, const QString& application);
     void settle();
+    bool walkHeld() const;
+    bool stepClock(double end);
     void drain();
     void waitFor(double seconds);
     StepOutcome serve(double seconds);
@@ -74,7 +77,6 @@ private:
     QString m_source;
     QList<ScriptStep> m_script;
     qsizetype m_next = 0; // the step after the one under way
-    std::unique_ptr<ScanGate> m_gate;
 };
 
 } // namespace tk

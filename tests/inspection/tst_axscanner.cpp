@@ -292,7 +292,7 @@ void TestAXScanner::elementLimitPerApplication()
 }
 
 // Time passes as one item's role is read. Past the scan's 12 seconds that item is recorded and
-// nothing more is read, not even its children; an application left unscanned makes it partial.
+// nothing after it is read; an application left unscanned makes it partial.
 void TestAXScanner::deadline_data()
 {
     QTest::addColumn<int>("slowApplication");
@@ -323,7 +323,6 @@ void TestAXScanner::deadline()
     const ScanResult result = scan(twoApplications);
     QCOMPARE(result.items.size(), recorded);
     QCOMPARE(ax->reads(next), cost < 12.0 ? 1 : 0);
-    QCOMPARE(ax->reads(slow, u"AXChildren"_s), cost < 12.0 ? 1 : 0);
     const bool partial = slowApplication == 1 && cost >= 12.0;
     QCOMPARE(ax->applicationsAsked, (partial ? QList<qint32>{1} : QList<qint32>{1, 2}));
     const QStringList lines = result.report.split(QLatin1Char('\n'));

@@ -75,8 +75,12 @@ void TestDesktopScan::scansTheBuiltInDesktop()
             "resultados no demuestra ausencia de iconos."_s),
         qPrintable(report));
 
-    // The unresponsive application cost one messaging timeout, nothing more.
-    QCOMPARE(platform->time().now(), AXScanner::messagingTimeout);
+    // The unresponsive application cost one messaging timeout; every other request its round
+    // trip.
+    const SimAccessibility::RoundTrips trips = platform->simulatedAccessibility().roundTrips();
+    QCOMPARE(trips.requests - trips.answered, quint64(1));
+    QCOMPARE(platform->time().now(),
+             AXScanner::messagingTimeout + double(trips.answered) * SimScenario().requestCost);
 }
 
 // Each application answers the read of its extras menu bar and then hangs; every element
@@ -85,7 +89,7 @@ void TestDesktopScan::applicationsThatHangMidScanCannotHoldItPastItsDeadline()
 {
     SimScenario scenario = SimScenarioLoader::builtIn();
     QList<ScanApp> apps;
-    for (qint32 pid = 5000; pid < 5100; ++pid) {
+    for (qint32 pid = 5000; pid < 5200; ++pid) {
         SimApplication app;
         app.pid = pid;
         app.answersBeforeHanging = pid < 5002 ? 0 : 1; // the first two never answer
@@ -122,9 +126,10 @@ void TestDesktopScan::permissionWithdrawnMidWalkFailsTheRestOfIt()
     }
     const std::unique_ptr<SimPlatform> platform = SimPlatform::forTests(std::move(scenario));
     SimAccessibility& accessibility = platform->simulatedAccessibility();
-    // Its application element, its bar (element, role, children), its item's role and title.
+    // Its application element, its bar, its item (role, title, frame and children at once),
+    // then its actions.
     accessibility.holdAnswersWhen(
-        [requests = 0](qint32 pid) mutable { return pid == 8002 && ++requests == 6; });
+        [requests = 0](qint32 pid) mutable { return pid == 8002 && ++requests == 5; });
     Inspector inspector(accessibility, platform->workspace(), platform->time());
     bool done = false;
     inspector.scan([&] { done = true; });
@@ -136,17 +141,17 @@ void TestDesktopScan::permissionWithdrawnMidWalkFailsTheRestOfIt()
     QCOMPARE(inspector.items().size(), 2);
     const ExternalItem& cut = inspector.items().at(1);
     QCOMPARE(cut.title, u"item"_s);
-    QVERIFY(cut.actions.isEmpty() && !cut.positionWritable && !cut.frame);
+    QVERIFY(cut.actions.isEmpty() && !cut.positionWritable && cut.frame);
     const QStringList lines = inspector.report().split(u'\n');
     QCOMPARE(lines.at(2), u"Accessibility autorizado: sí"_s);
     QCOMPARE(lines.at(3), u"App 8001 / item: acciones=[\"AXPress\"]; posición modificable=false; "
                           u"consulta=0; frame={{1480, 0}, {24, 24}}"_s);
     QCOMPARE(lines.at(4), u"App 8002 / item: acciones=[]; posición modificable=false; "
-                          u"consulta=-25211; frame=nil"_s);
+                          u"consulta=-25211; frame={{1456, 0}, {24, 24}}"_s);
     QVERIFY(lines.at(5).startsWith(u"Detectados: 2."_s));
 }
 
-// The first application answers one whole scan (seven requests for its one item) and hangs;
+// The first application answers one whole scan (five requests for its one item) and hangs;
 // every later scan pays one messaging timeout for it and finds nothing, until it recovers.
 void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
 {
@@ -159,7 +164,7 @@ void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
     for (const qint32 pid : {7001, 7002}) {
         SimApplication app;
         app.pid = pid;
-        app.answersBeforeHanging = pid == 7001 ? std::optional<qint64>(7) : std::nullopt;
+        app.answersBeforeHanging = pid == 7001 ? std::optional<qint64>(5) : std::nullopt;
         app.items = {item};
         scenario.applications.append(app);
         apps.append({pid, std::nullopt, std::nullopt});
@@ -175,8 +180,10 @@ void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
     };
     QCOMPARE(scanned(), (QStringList{u"7001:extras.0:item"_s, u"7002:extras.0:item"_s}));
     for (int i = 1; i <= 2; ++i) {
+        const double before = platform->time().now();
         QCOMPARE(scanned(), QStringList{u"7002:extras.0:item"_s});
-        QCOMPARE(platform->time().now(), i * AXScanner::messagingTimeout);
+        QCOMPARE(platform->time().now() - before,
+                 AXScanner::messagingTimeout + 5 * SimScenario().requestCost);
     }
     QVERIFY(desktop.setHung(7002, true));
     QVERIFY(desktop.setHung(7001, false));

@@ -240,14 +240,15 @@ bool answersInTime(SimAccessibility& ax, TimeSource& time, const SimAXElement& e
 {
     const double timeout = element.timeout;
     const bool answers = element.process->answers() && application.responseDelay <= timeout;
-    const double cost = answers ? application.responseDelay : timeout;
-    ax.noteRoundTrip(answers, answers ? std::max(cost, requestCost) : cost);
-    if (cost <= 0.0)
-        return answers;
+    const double waited = answers ? application.responseDelay : timeout;
+    const double cost = answers ? std::max(waited, requestCost) : waited;
+    ax.noteRoundTrip(answers, cost);
+    // On virtual time every round trip costs what it would on a Mac; on the wall clock only
+    // a slow or hanging application is waited for.
     if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
         virtualTime->elapse(cost);
-    else
-        std::this_thread::sleep_for(std::chrono::duration<double>(cost));
+    else if (waited > 0.0)
+        std::this_thread::sleep_for(std::chrono::duration<double>(waited));
     return answers;
 }
 
@@ -279,8 +280,12 @@ Request send(SimAccessibility& ax, const SimDesktop& desktop, TimeSource& time,
     Request request;
     request.element = simulated(element);
     request.error = reach(desktop, request);
-    if (request.error != AXResult::success)
+    if (request.error != AXResult::success) {
+        // Refused on the spot, at no cost; yet on a paced clock it waits its turn like any.
+        if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
+            virtualTime->elapse(0.0);
         return request;
+    }
     const SimApplication& application = *request.application->application;
     if (!answersInTime(ax, time, *request.element, application, desktop.requestCost()))
         request.error = AXResult::cannotComplete;

@@ -74,9 +74,61 @@ void VirtualTimeSource::advance(double seconds)
 
 void VirtualTimeSource::elapse(double seconds)
 {
+    std::unique_lock lock(m_pacing);
+    if (m_paced && std::this_thread::get_id() != m_driver)
+        return sleep(lock, seconds);
+    lock.unlock();
     double current = m_now.load();
     while (!m_now.compare_exchange_weak(current, current + seconds)) {
     }
+}
+
+void VirtualTimeSource::sleep(std::unique_lock<std::mutex>& lock, double seconds)
+{
+    Sleeper self{now() + std::max(seconds, 0.0)};
+    m_sleepers.push_back(&self);
+    m_pacingChanged.notify_all();
+    m_pacingChanged.wait(lock, [&] { return self.woken || !m_paced; });
+    std::erase(m_sleepers, &self);
+    if (!self.woken) // let go when the pacing ended: the time passes all the same
+        m_now.store(std::max(now(), self.due));
+}
+
+void VirtualTimeSource::setPaced(bool paced)
+{
+    const std::lock_guard lock(m_pacing);
+    m_paced = paced;
+    m_driver = std::this_thread::get_id();
+    m_pacingChanged.notify_all();
+}
+
+std::optional<double> VirtualTimeSource::nextWaking() const
+{
+    const std::lock_guard lock(m_pacing);
+    std::optional<double> next;
+    for (const Sleeper* sleeper : m_sleepers) {
+        if (!sleeper->woken && (!next || sleeper->due < *next))
+            next = sleeper->due;
+    }
+    return next;
+}
+
+void VirtualTimeSource::wake(double moment)
+{
+    const std::lock_guard lock(m_pacing);
+    m_now.store(std::max(now(), moment));
+    for (Sleeper* sleeper : m_sleepers)
+        sleeper->woken = sleeper->woken || sleeper->due <= moment;
+    m_pacingChanged.notify_all();
+}
+
+bool VirtualTimeSource::waitForSleeper(std::chrono::milliseconds timeout) const
+{
+    std::unique_lock lock(m_pacing);
+    return m_pacingChanged.wait_for(lock, timeout, [&] {
+        return std::any_of(m_sleepers.cbegin(), m_sleepers.cend(),
+                           [](const Sleeper* sleeper) { return !sleeper->woken; });
+    });
 }
 
 int VirtualTimeSource::activeTimerCount() const
