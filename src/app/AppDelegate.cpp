@@ -106,14 +106,18 @@ void AppDelegate::startExportRun(const QString& path)
             *m_item, m_desktop, m_platform.time(), [this, path](bool placed) {
                 if (!placed)
                     m_errors.write((text(StatusItemPlaceWait::unreadableNotice) + u'\n').toUtf8());
-                exportDesktop(path, placed);
+                exportDesktop(path, placed, [this](const std::optional<QString>& failure) {
+                    if (failure)
+                        m_errors.write((*failure + u'\n').toUtf8());
+                    Q_EMIT quitRequested(failure ? 1 : 0);
+                });
             });
     });
 }
 
 // The scan walks the desktop through a recording of the accessibility interface, off the
 // main thread as every scan does; what it read becomes the scenario file.
-void AppDelegate::exportDesktop(const QString& path, bool placed)
+void AppDelegate::exportDesktop(const QString& path, bool placed, ExportDone done)
 {
     auto recording = std::make_shared<RecordingAccessibility>(m_platform.accessibility());
     auto desktop = std::make_shared<ExportedDesktop>(exportedDesktop(placed));
@@ -130,17 +134,14 @@ void AppDelegate::exportDesktop(const QString& path, bool placed)
                            : ScanResult{};
         },
         this);
-    connect(walk, &WorkerThreadBase::finished, this, [this, walk, recording, desktop, path] {
-        walk->deleteLater();
-        const QByteArray json = ScenarioExport::write(*recording, *desktop);
-        const std::optional<QString> limit = ScenarioExport::beyondLoaderLimits(json);
-        const std::optional<QString> failure =
-            limit ? std::optional(text(ScenarioExport::beyondLimitsNotice).arg(*limit))
-                  : ScenarioExport::save(path, json);
-        if (failure)
-            m_errors.write((*failure + u'\n').toUtf8());
-        Q_EMIT quitRequested(failure ? 1 : 0);
-    });
+    connect(walk, &WorkerThreadBase::finished, this,
+            [this, walk, recording, desktop, path, done = std::move(done)] {
+                walk->deleteLater();
+                const QByteArray json = ScenarioExport::write(*recording, *desktop);
+                const std::optional<QString> limit = ScenarioExport::beyondLoaderLimits(json);
+                done(limit ? std::optional(text(ScenarioExport::beyondLimitsNotice).arg(*limit))
+                           : ScenarioExport::save(path, json));
+            });
     walk->start();
 }
 

@@ -119,7 +119,8 @@ private:
     bool handOverToRunningCopy(bool diagnosticRequested);
     void startDiagnosticRun(const QString& path);
     void startExportRun(const QString& path);
-    void exportDesktop(const QString& path, bool placed);
+    using ExportDone = std::function<void(std::optional<QString> failure)>;
+    void exportDesktop(const QString& path, bool placed, ExportDone done);
     ExportedDesktop exportedDesktop(bool placed) const;
     void createStatusItem();
     void subscribe();

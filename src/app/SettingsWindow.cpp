@@ -113,7 +113,13 @@ void AppDelegate::createSettingsWindow()
     auto* view = new ConfigurationView(
         m_preferences, m_inspector, m_visibility,
         {call(&AppDelegate::refresh), call(&AppDelegate::toggleVisibility),
-         call(&AppDelegate::applySettings)},
+         call(&AppDelegate::applySettings),
+         [self](const QString& path, ExportDone done) {
+             // Where the icon stands now, when that can be read: the window's icon has long
+             // been placed.
+             if (self)
+                 self->exportDesktop(path, self->boundary().has_value(), std::move(done));
+         }},
         {m_platform.filePanels(), m_platform.accessibility(), m_platform.privacySettings(),
          m_platform.visibilityBridge(), m_platform.workspace(),
          [&desktop](int pixelSize) { return desktop.bundleIcon(pixelSize); },

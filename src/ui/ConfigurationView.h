@@ -38,6 +38,10 @@ public:
         std::function<void()> refresh;          // show everything, then scan again
         std::function<void()> toggleVisibility; // collapse or expand the group
         std::function<void()> applySettings;    // show everything, then collapse anew
+        // Scans the desktop off the main thread and writes what the scan read to a scenario
+        // file at the path; `done` gets nothing when it was written, else the reason.
+        std::function<void(const QString& path, std::function<void(std::optional<QString>)> done)>
+            exportDesktop = {};
     };
 
     // The system services a few controls reach; each must outlive the view.

@@ -2,6 +2,8 @@
 
 #include "inspection/Accessibility.h"
 #include "inspection/Inspector.h"
+#include "settings/FilePanels.h"
+#include "settings/Preferences.h"
 #include "ui/PrivacySettings.h"
 #include "ui/ViewStyle.h"
 #include "visibility/NativeVisibilityBridge.h"
@@ -10,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -61,6 +64,7 @@ PermissionsSection::PermissionsSection(const ViewContext& context, std::function
     m_refresh = addButton(diagnostics, u"refreshDiagnosticsButton"_s,
                           [this] { ViewContext::run(m_context.actions.refresh); });
     m_save = addButton(diagnostics, u"saveReportButton"_s, std::move(saveReport));
+    m_export = addButton(diagnostics, u"exportDesktopButton"_s, [this] { exportDesktop(); });
     diagnostics->addStretch(1);
     add(diagnostics);
     m_report->setObjectName(u"report"_s);
@@ -96,7 +100,34 @@ void PermissionsSection::render()
                                             : u"Mecanismo de ocultación no disponible"_s));
     m_refresh->setText(m_context.text(u"Actualizar diagnóstico"_s));
     m_save->setText(m_context.text(u"Guardar informe…"_s));
+    m_export->setText(m_context.text(u"Exportar escritorio…"_s));
+    m_export->setEnabled(!m_exporting && m_context.actions.exportDesktop);
     renderReport();
+}
+
+void PermissionsSection::exportDesktop()
+{
+    if (m_exporting || !m_context.actions.exportDesktop)
+        return;
+    FilePanels& panels = m_context.services.filePanels;
+    if (!panels.warnBeforeSaving(m_context.text(exportWarning), m_context.text(u"Continuar"_s),
+                                 m_context.text(u"Cancelar"_s)))
+        return;
+    const std::optional<QString> location = panels.chooseSaveLocation(u"tuckaway-menubar.json"_s);
+    if (!location || location->isEmpty())
+        return;
+    m_exporting = true;
+    render();
+    const QPointer<PermissionsSection> self(this);
+    m_context.actions.exportDesktop(*location, [self](const std::optional<QString>& failure) {
+        if (!self)
+            return;
+        self->m_exporting = false;
+        // Kept in Spanish, the system's reason as it came, and shown in the interface language.
+        self->m_context.preferences.setNotice(
+            failure ? u"No se pudo exportar el escritorio: "_s + *failure : u"Escritorio exportado."_s);
+        self->render();
+    });
 }
 
 void PermissionsSection::renderReport()

@@ -22,6 +22,14 @@ public:
     ~PermissionsSection() override;
     void render() override;
 
+    // Warns that titles may hold personal information, asks where to save, and exports the
+    // desktop there in the background; the button waits meanwhile, the outcome is a notice.
+    void exportDesktop();
+
+    static inline const QString exportWarning = QStringLiteral(
+        "Los títulos y descripciones de la barra de menús pueden contener información personal "
+        "(nombres, direcciones, mensajes). Revisa el archivo antes de compartirlo.");
+
 private:
     QPushButton* addButton(QLayout* row, const QString& name, std::function<void()> action);
     void renderReport();
@@ -33,6 +41,8 @@ private:
     QLabel* m_mechanism;
     QPushButton* m_refresh;
     QPushButton* m_save;
+    QPushButton* m_export;
+    bool m_exporting = false;
     QPlainTextEdit* m_report;
     ReportTranslation m_translation;
     std::optional<QString> m_shownReport;

@@ -4,10 +4,12 @@
 #include "app/StatusItemPlaceWait.h"
 #include "diagnostics/InterfaceReport.h"
 #include "inspection/Workspace.h"
+#include "platform/sim/ScriptedFilePanels.h"
 
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPushButton>
 #include <QTemporaryDir>
 
 using namespace tk;
@@ -53,6 +55,7 @@ private Q_SLOTS:
     void exportReadsThePlaceOnceLaidOut_data();
     void exportReadsThePlaceOnceLaidOut();
     void settingsWindowAndReport();
+    void exportFromTheSettingsWindow();
     void outsideABundle_data();
     void outsideABundle();
 };
@@ -455,6 +458,41 @@ void TestAppDelegate::outsideABundle()
     QCOMPARE(shell.visibility().message(), u"Ejecuta el bundle de la aplicación."_s);
     QVERIFY(!shell.desktop.allowList());
     QCOMPARE(shell.services.bundleVersion(), QString());
+}
+
+// The warning first (declined: no panel), then the panel, the scan with the button waiting,
+// and a file the loader reads back; a place that cannot be written is said in its words.
+void TestAppDelegate::exportFromTheSettingsWindow()
+{
+    QTemporaryDir folder;
+    Shell shell;
+    QVERIFY(shell.launched());
+    shell.preferences().setSection(3);
+    shell.click(StatusItemEvent::Kind::RightMouseUp);
+    QVERIFY(shell.item().chooseMenuEntry(2)); // "Configuración…"
+    shell.drain();
+    auto* button = shell.app->settingsWindow()->findChild<QPushButton*>(u"exportDesktopButton"_s);
+    QVERIFY(button && button->isEnabled());
+    auto& panels = static_cast<ScriptedFilePanels&>(shell.platform->filePanels());
+    button->click();
+    QCOMPARE(panels.warnings().size(), 1);
+    QVERIFY(panels.proposedNames().isEmpty());
+
+    for (const QString& name : {u"menubar.json"_s, QString()}) {
+        panels.chooseNext(true);
+        panels.answerNext(folder.filePath(name));
+        button->click();
+        QVERIFY(!button->isEnabled());
+        QTRY_VERIFY(button->isEnabled());
+        QVERIFY(name.isEmpty() || shell.preferences().notice() == u"Escritorio exportado."_s);
+    }
+    QCOMPARE(panels.proposedNames(), QStringList(2, u"tuckaway-menubar.json"_s));
+    QFile file(folder.filePath(u"menubar.json"_s));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(SimScenarioLoader::parse(file.readAll(), file.fileName()));
+    const QString notice = L10n::text(shell.preferences().notice(), u"en"_s);
+    QVERIFY2(notice.startsWith(u"The desktop could not be exported: "_s + folder.path() + u' '),
+             qPrintable(notice));
 }
 
 QTEST_MAIN(TestAppDelegate)

@@ -72,7 +72,7 @@ struct ViewFixture {
         view = std::make_unique<ConfigurationView>(
             preferences, inspector, visibility,
             ConfigurationView::Actions{[this] { ++refreshes; }, [this] { ++toggles; },
-                                       [this] { ++applies; }},
+                                       [this] { ++applies; }, [](const QString&, auto) {}},
             ConfigurationView::Services{panels, platform->accessibility(),
                                         platform->privacySettings(), platform->visibilityBridge(),
                                         platform->workspace(), {}, {},

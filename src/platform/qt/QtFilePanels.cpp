@@ -2,6 +2,8 @@
 
 #include <QDir>
 #include <QFileDialog>
+#include <QMessageBox>
+#include <QPushButton>
 
 namespace tk {
 
@@ -32,6 +34,16 @@ std::optional<QString> QtFilePanels::chooseFileToOpen()
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     dialog.setFileMode(QFileDialog::ExistingFile);
     return run(dialog);
+}
+
+bool QtFilePanels::warnBeforeSaving(const QString& message, const QString& proceed,
+                                    const QString& cancel)
+{
+    QMessageBox box(QMessageBox::Warning, QString(), message);
+    QPushButton* goOn = box.addButton(proceed, QMessageBox::AcceptRole);
+    box.setDefaultButton(box.addButton(cancel, QMessageBox::RejectRole));
+    box.exec();
+    return box.clickedButton() == goOn;
 }
 
 } // namespace tk
