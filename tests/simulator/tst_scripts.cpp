@@ -328,6 +328,11 @@ void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes_data()
     QTest::newRow("message, one letter off")
         << QByteArray("expect message \"Apps ocultas. Pulsa la flecha para mostrar todos.\"");
     QTest::newRow("settings open while closed") << QByteArray("expect settings open");
+    QTest::newRow("tooltip without its last word") << QByteArray(
+        "expect tooltip \"Mostrar iconos ocultos · clic derecho para\"");
+    QTest::newRow("login switch on while off") << QByteArray("expect login on");
+    QTest::newRow("login item, the status after approval")
+        << QByteArray("expect login-item enabled");
 }
 
 void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
