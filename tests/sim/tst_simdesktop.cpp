@@ -141,8 +141,6 @@ private Q_SLOTS:
     void launchedAndQuitApplications();
     void barRemembersWhereItemsStood_data();
     void barRemembersWhereItemsStood();
-    void requestsCostTheDelayOrTheTimeout_data();
-    void requestsCostTheDelayOrTheTimeout();
     void severalAttributesAreOneRoundTrip_data();
     void severalAttributesAreOneRoundTrip();
     void requestsAtOnceCostTheDesktopsCost();
@@ -277,38 +275,9 @@ void TestSimDesktop::barRemembersWhereItemsStood()
     QCOMPARE(barNames(desktop), bar);
 }
 
-void TestSimDesktop::requestsCostTheDelayOrTheTimeout_data()
-{
-    QTest::addColumn<qint32>("pid");
-    QTest::addColumn<double>("timeout"); // 0: not set, the system's default
-    QTest::addColumn<qint32>("error");
-    QTest::addColumn<double>("cost");
-    QTest::newRow("slow, short timeout") << 20 << 0.08 << AXResult::cannotComplete << 0.08;
-    QTest::newRow("slow, default timeout") << 20 << 0.0 << AXResult::success << 0.5;
-    QTest::newRow("stuck, default timeout") << 21 << 0.0 << AXResult::cannotComplete << 6.0;
-}
-
-void TestSimDesktop::requestsCostTheDelayOrTheTimeout()
-{
-    QFETCH(qint32, pid);
-    QFETCH(double, timeout);
-    QFETCH(qint32, error);
-    QFETCH(double, cost);
-    auto platform = SimPlatform::forTests(scenario(accessibilityScenario));
-    Accessibility& ax = platform->accessibility();
-    const AXElementRef app = ax.applicationElement(pid);
-    if (timeout > 0.0)
-        ax.setMessagingTimeout(app, timeout);
-    const double start = platform->time().now();
-    const AXAttribute bar = ax.attribute(app, u"AXExtrasMenuBar"_s);
-    QCOMPARE(bar.error, error);
-    QCOMPARE(bar.kind, error ? AXAttribute::Kind::Nothing : AXAttribute::Kind::Element);
-    QCOMPARE(platform->time().now() - start, cost);
-}
-
 // Asked at once, an element's attributes each keep their own answer, as asked one by one;
-// the request is one round trip, counted at the application's cost, and one that is not
-// answered fails every attribute.
+// the request is one round trip that costs the application's delay or the timeout, and one
+// that is not answered fails every attribute.
 void TestSimDesktop::severalAttributesAreOneRoundTrip_data()
 {
     QTest::addColumn<qint32>("pid");
@@ -337,7 +306,9 @@ void TestSimDesktop::severalAttributesAreOneRoundTrip()
     if (timeout > 0.0)
         ax.setMessagingTimeout(app, timeout);
     ax.resetRoundTrips();
+    const double start = platform->time().now();
     const QList<AXAttribute> all = ax.attributes(app, names);
+    QCOMPARE(platform->time().now() - start, cost);
     QCOMPARE(all.size(), names.size());
     for (qsizetype i = 0; i < names.size(); ++i) {
         const qint32 expected = answered ? one[i].error : AXResult::cannotComplete;

@@ -3,11 +3,9 @@
 // the program send it each control switch and address over the real socket. Every run gets
 // a runtime folder of its own, so that no copy the person running the tests has is reached.
 #include "control/ControlEndpoint.h"
-#include "control/ControlProtocol.h"
 #include "l10n/L10n.h"
 
 #include <QDir>
-#include <QLocalSocket>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -120,9 +118,6 @@ private Q_SLOTS:
     void controlOfTheRunningCopy();
     void misusedSwitchesSendNothing_data();
     void misusedSwitchesSendNothing();
-    void hostileClientsOnTheRealSocket_data();
-    void hostileClientsOnTheRealSocket();
-    void hundredClientsAtOnce();
     void noCopyRunning();
     void socketLeftByACrashIsReplaced();
     void twoCopiesStartedAtOnce();
@@ -230,62 +225,6 @@ void TestAutomation::misusedSwitchesSendNothing()
     // A status request is answered after whatever came before it, and carries nothing out.
     QCOMPARE(runProgram(m_runtime.path(), {u"--status"_s}).exitCode, 0);
     QCOMPARE(m_copy->out().count(u"Orden de control: "_s), carriedOut);
-}
-
-void TestAutomation::hostileClientsOnTheRealSocket_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("a line longer than 4 KiB")
-        << QByteArray("{\"command\":\"collapse\"" + QByteArray(5000, ' ') + "}\n")
-        << ControlProtocol::tooLong;
-    QTest::newRow("malformed JSON")
-        << QByteArray("{command: collapse}\n") << ControlProtocol::malformed;
-    QTest::newRow("a command that does not exist")
-        << QByteArray("{\"command\":\"quit\"}\n") << ControlProtocol::unknownCommand;
-}
-
-void TestAutomation::hostileClientsOnTheRealSocket()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, error);
-    QLocalSocket client;
-    client.connectToServer(socketPath());
-    QVERIFY(client.waitForConnected());
-    client.write(bytes);
-    QByteArray received;
-    while (client.waitForReadyRead(60000) || client.bytesAvailable())
-        received += client.readAll();
-    QCOMPARE(client.state(), QLocalSocket::UnconnectedState);
-    const std::optional<ControlAnswer> answer = ControlAnswer::read(received.trimmed());
-    QVERIFY2(answer, received.constData());
-    QCOMPARE(answer->error, error);
-    QCOMPARE(runProgram(m_runtime.path(), {u"--status"_s}).exitCode, 0);
-}
-
-// All at once, each answered; the copy answers on afterwards.
-void TestAutomation::hundredClientsAtOnce()
-{
-    std::vector<std::unique_ptr<QLocalSocket>> clients;
-    for (int i = 0; i < 100; ++i) {
-        clients.push_back(std::make_unique<QLocalSocket>());
-        clients.back()->connectToServer(socketPath());
-    }
-    for (const auto& client : clients) {
-        QVERIFY(client->waitForConnected());
-        client->write(ControlProtocol::write({ControlCommand::Status, {}}));
-        client->flush();
-    }
-    for (const auto& client : clients) {
-        QByteArray received;
-        while (!received.contains('\n') && client->waitForReadyRead(60000))
-            received += client->readAll();
-        received += client->readAll();
-        const std::optional<ControlAnswer> answer = ControlAnswer::read(received.trimmed());
-        QVERIFY2(answer && answer->done(), received.constData());
-    }
-    QCOMPARE(runProgram(m_runtime.path(), {u"--toggle"_s}).out, u"hidden\n"_s);
-    QCOMPARE(runProgram(m_runtime.path(), {u"--toggle"_s}).out, u"shown\n"_s);
 }
 
 // Nothing is started, and nothing is made: neither a folder nor a socket.
