@@ -1,8 +1,8 @@
+#include "ProgramRun.h"
 #include "simulator/SessionScript.h"
 
 #include <QDir>
 #include <QImageReader>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -12,34 +12,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Run {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray errors;
-};
-
-Run runProgram(const QStringList& arguments, const QString& directory = QDir::currentPath())
-{
-    QProcess program;
-    program.setWorkingDirectory(directory);
-    program.start(QStringLiteral(TUCKAWAY_PROGRAM), arguments);
-    if (!program.waitForFinished(120000))
-        qFatal("the program did not end");
-    return {program.exitCode(), program.readAllStandardOutput(), program.readAllStandardError()};
-}
-
-QString script(const QString& name)
-{
-    return QDir(QStringLiteral(TUCKAWAY_SCRIPTS)).filePath(name);
-}
-
 // What the program makes of a desktop: the report of a scan without the lines that name the
 // moment and the system, then what a collapse decides, application by application.
 QStringList seenOn(const QStringList& desktop, const QTemporaryDir& directory)
 {
     const QString report = directory.filePath(u"report.txt"_s);
-    QStringList lines = {QString::fromUtf8(
-        runProgram(desktop + QStringList{u"--diagnostic-report"_s, report}).errors)};
+    QStringList lines = {runProgram(desktop + QStringList{u"--diagnostic-report"_s, report}).errors};
     QFile file(report);
     if (file.open(QIODevice::ReadOnly))
         lines += QString::fromUtf8(file.readAll()).split(u'\n');
@@ -47,8 +25,8 @@ QStringList seenOn(const QStringList& desktop, const QTemporaryDir& directory)
     if (collapse.open(QIODevice::WriteOnly))
         collapse.write("click\nwait 2\n");
     collapse.close();
-    const Run run = runProgram(desktop + QStringList{u"--script"_s, collapse.fileName()});
-    for (const QString& line : QString::fromUtf8(run.out).split(u'\n')) {
+    const ProgramRun run = runProgram(desktop + QStringList{u"--script"_s, collapse.fileName()});
+    for (const QString& line : run.out.split(u'\n')) {
         if (line.contains(u"Motivo: "_s) || line.contains(u"Apps ocultas: "_s))
             lines << line.section(u"] "_s, 1);
     }
@@ -162,16 +140,16 @@ void TestScripts::scriptsThroughTheProgram()
                                    : QByteArray("click\n\xff\xfe\x00\x01", 10));
     }
     const QStringList arguments = {u"--scenario"_s, script(scenario), option, path};
-    const Run run = runProgram(arguments);
-    QVERIFY2(run.exitCode == exitCode, run.out + run.errors);
+    const ProgramRun run = runProgram(arguments);
+    QVERIFY2(run.exitCode == exitCode, qPrintable(run.out + run.errors));
     if (error.isEmpty())
-        QVERIFY(!run.errors.contains(".script:"));
+        QVERIFY(!run.errors.contains(u".script:"_s));
     else // the program's own last word, after whatever Qt may warn
-        QCOMPARE(QString::fromUtf8(run.errors).trimmed().section(u'\n', -1),
+        QCOMPARE(run.errors.trimmed().section(u'\n', -1),
                  path.left(path.lastIndexOf(u'/') + 1) + error);
     if (exitCode == 0)
         QCOMPARE(runProgram(arguments).out, run.out);
-    QStringList lines = QString::fromUtf8(run.out).split(u'\n');
+    QStringList lines = run.out.split(u'\n');
     for (QString& line : lines)
         line = line.section(u"] "_s, 1);
     for (const QString& line : std::as_const(printed))
@@ -226,13 +204,12 @@ void TestScripts::oneRunAtATime()
 {
     QTemporaryDir directory;
     const QString report = directory.filePath(u"informe.txt"_s);
-    const Run run = runProgram({u"--export-scenario"_s, directory.filePath(u"e.json"_s),
+    const ProgramRun run = runProgram({u"--export-scenario"_s, directory.filePath(u"e.json"_s),
                                 u"--script"_s, script(u"collapse.script"_s),
                                 u"--diagnostic-report"_s, report});
     QCOMPARE(run.exitCode, 2);
-    QCOMPARE(run.errors, QByteArray("Tuckaway: --diagnostic-report, --export-scenario and "
-                                    "--script cannot be given together: each is a run of its "
-                                    "own. Nothing was run.\n"));
+    QCOMPARE(run.errors, u"Tuckaway: --diagnostic-report, --export-scenario and --script cannot "
+                         u"be given together: each is a run of its own. Nothing was run.\n"_s);
     QVERIFY(run.out.isEmpty());
     QVERIFY(QDir(directory.path()).isEmpty());
 }
@@ -338,14 +315,13 @@ void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("click\nwait 1\n" + expectation + "\n");
     file.close();
-    const Run run =
+    const ProgramRun run =
         runProgram({u"--scenario"_s, script(u"bar.json"_s), u"--script"_s, file.fileName()});
-    QVERIFY2(run.exitCode == 1, run.out + run.errors);
-    QVERIFY2(QString::fromUtf8(run.errors)
-                 .trimmed()
+    QVERIFY2(run.exitCode == 1, qPrintable(run.out + run.errors));
+    QVERIFY2(run.errors.trimmed()
                  .section(u'\n', -1)
                  .startsWith(file.fileName() + u":3: expected"_s),
-             run.errors);
+             qPrintable(run.errors));
 }
 
 // The line reader at the corners of its grammar: a "#" in quotes is text, quotes hold blanks
