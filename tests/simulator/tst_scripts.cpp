@@ -234,7 +234,6 @@ void TestScripts::readerRefuses_data()
         u"the script waits more than 86400 seconds in all"_s);
     row("serving counts as waiting", QByteArray("serve 3600\nwait 3600\n").repeated(13), 25,
         u"the script waits more than 86400 seconds in all"_s);
-    row("serve by a word", "serve forever", 1, u"serve: SECONDS must be a number from 0 to 3600"_s);
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
@@ -243,10 +242,6 @@ void TestScripts::readerRefuses_data()
     row("drag by a word", "drag left", 1, u"drag: X must be a number between -1e+06 and 1e+06"_s);
     row("permission at no application", "permission off at", 1,
         u"permission: takes on|off, or on|off at APP"_s);
-    row("login item status", "expect login-item approved", 1,
-        u"expect login-item: the status must be enabled|requires-approval|not-registered|"
-        u"not-found, not \"approved\""_s);
-    row("login switch", "login yes", 1, u"login: the switch must be on|off, not \"yes\""_s);
     row("screens: nothing said", "screens", 1,
         u"screens: takes sleep, change, none, the name of a list of screens or the screens"_s);
     row("screens: a name in capitals", "click\nscreens Docked", 2,
