@@ -45,17 +45,9 @@ const QByteArray accessibilityScenario = R"({
 
 // The same applications, the bar remembering places of its own: left, ghost (not running),
 // the tool, Tuckaway, then what it leaves out, in launch order.
-const QByteArray rememberedScenario = R"({
-    "screens": [{"frame": {"x": 0, "y": 0, "width": 1000, "height": 700}}],
-    "tuckaway": {"pid": 50},
+const QByteArray rememberedScenario = QByteArray(barScenario).replace(R"(, "place": 1},)", R"(},
     "remembered": [{"bundle": "com.example.left"}, {"bundle": "com.example.ghost", "item": 0},
-                   {"pid": 12}, {"autosaveName": "Tuckaway.main"}],
-    "apps": [
-        {"pid": 10, "bundle": "com.example.right", "items": [{"width": 10}, {"width": 20}]},
-        {"pid": 11, "bundle": "com.example.left", "items": [{"width": 40}]},
-        {"pid": 12, "name": "tool", "items": [{"width": 5}]}
-    ]
-})";
+                   {"pid": 12}, {"autosaveName": "Tuckaway.main"}],)");
 
 // The bar right to left: "right.1" for com.example.right's second item, "pid:12.0" for an
 // application without bundle identifier, "own" for Tuckaway's.
