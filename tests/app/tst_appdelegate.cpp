@@ -298,7 +298,6 @@ void TestAppDelegate::exportReadsThePlaceOnceLaidOut_data()
     QTest::addColumn<bool>("inset"); // the button inset in its window: its frame is written
     QTest::newRow("laid out at once") << 0 << true << false;
     QTest::newRow("after the first turn, as on a Mac") << 1 << true << false;
-    QTest::newRow("after a few turns") << 3 << true << false;
     QTest::newRow("never") << -1 << false << false;
     QTest::newRow("the button inset in its window") << 1 << true << true;
 }

@@ -68,7 +68,6 @@ private Q_SLOTS:
     void writesTheReportThenTheBackendLine_data();
     void writesTheReportThenTheBackendLine();
     void commandLineRunWritesTheFileAndQuits();
-    void commandLineRunReportsAFailedWrite();
 };
 
 void TestDiagnosticRun::writesTheReportThenTheBackendLine_data()
@@ -164,20 +163,6 @@ void TestDiagnosticRun::commandLineRunWritesTheFileAndQuits()
     QVERIFY2(text.contains(QRegularExpression(u"\nBackend privado disponible: (true|false)$"_s)),
              qPrintable(text));
     QVERIFY(!QFile::exists(dir.filePath(u"ui.json"_s)));
-}
-
-void TestDiagnosticRun::commandLineRunReportsAFailedWrite()
-{
-    if (program.isEmpty())
-        QSKIP("the program runs on the real desktop");
-    QTemporaryDir dir;
-    const Exit exit =
-        runProgram(dir.path(), {u"--diagnostic-report"_s, dir.filePath(u"no/x.txt"_s)});
-    QCOMPARE(exit.code, 1);
-    QCOMPARE(exit.output, QByteArray());
-    QVERIFY2(exit.errors.contains(
-                 QRegularExpression(u"(^|\n)Error al guardar diagnóstico: [^\n]+\n$"_s)),
-             qPrintable(exit.errors));
 }
 
 QTEST_GUILESS_MAIN(TestDiagnosticRun)

@@ -43,8 +43,6 @@ void TestSimScenario::refusesBadContent_data()
     row("fractional pid", R"({"apps": [{"pid": 1.5}]})",
         u"apps[0].pid: must be a whole number from 1 to 2147483647"_s);
     row("missing pid", R"({"apps": [{"name": "x"}]})", u"apps[0].pid: is required"_s);
-    row("negative request cost", R"({"requestCost": -0.001})",
-        u"requestCost: must not be negative"_s);
     row("request cost past an hour", R"({"requestCost": 3601})",
         u"requestCost: must be at most 3600"_s);
     row("request cost as text", R"({"requestCost": "0.2ms"})",
@@ -67,17 +65,11 @@ void TestSimScenario::refusesBadContent_data()
         u"letters, digits or hyphens"_s);
     row("screen list not a list", R"({"screenSets": {"docked": {}}})",
         u"screenSets.docked: must be a list"_s);
-    row("flat screen in a list",
-        R"({"screenSets": {"docked": [{"frame": {"x": 0, "y": 0, "width": 0, "height": 9}}]}})",
-        u"screenSets.docked[0].frame.width: must be greater than 0"_s);
     row("exclusive over a holder",
         R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift"}, {"key": "M", )"
         R"("modifiers": "controlShift"}, {"key": "B", "modifiers": "controlShift", "exclusive": true}]})",
         u"takenShortcuts[2].exclusive: controlShift B is already held, and the system refuses an "
         u"exclusive registration of a held combination"_s);
-    row("fractional status",
-        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "registerStatus": -1.5}]})",
-        u"takenShortcuts[0].registerStatus: must be a whole number from -2147483648 to 2147483647"_s);
     row("holder without a name",
         R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "holder": 7}]})",
         u"takenShortcuts[0].holder: must be a string or null"_s);
@@ -90,8 +82,6 @@ void TestSimScenario::refusesBadContent_data()
     row("login item enabled though switched off",
         R"({"loginItem": {"status": "enabled", "switchedOff": true}})",
         u"loginItem.status: cannot be enabled while switched off in System Settings"_s);
-    row("Tuckaway's bundle", R"({"tuckaway": {"bundle": 7}})",
-        u"tuckaway.bundle: must be a string or null"_s);
     row("Tuckaway's long bundle", R"({"tuckaway": {"bundle": ")" + QByteArray(2049, 'a') + "\"}}",
         u"tuckaway.bundle: must be at most 2048 characters"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",

@@ -2,12 +2,11 @@
 // control requests (a script's "serve" step) on the simulated desktop, and further runs of
 // the program send it each control switch and address over the real socket. Every run gets
 // a runtime folder of its own, so that no copy the person running the tests has is reached.
+#include "ProgramRun.h"
 #include "control/ControlEndpoint.h"
-#include "control/ControlProtocol.h"
 #include "l10n/L10n.h"
 
 #include <QDir>
-#include <QLocalSocket>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -21,17 +20,6 @@ namespace {
 const QString listening = u"Órdenes de control: escuchando en "_s;
 const QString otherCopy = u"Órdenes de control: otra copia de Tuckaway las atiende."_s;
 
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString errors;
-};
-
-QString script(const QString& name)
-{
-    return QDir(QStringLiteral(TUCKAWAY_SCRIPTS)).filePath(name);
-}
-
 // The program's texts of its own in English; the running copy's in Spanish, as a script's are.
 QProcessEnvironment environmentFor(const QString& runtimeFolder)
 {
@@ -42,15 +30,9 @@ QProcessEnvironment environmentFor(const QString& runtimeFolder)
     return environment;
 }
 
-Run runProgram(const QString& runtimeFolder, const QStringList& arguments)
+ProgramRun runIn(const QString& runtimeFolder, const QStringList& arguments)
 {
-    QProcess program;
-    program.setProcessEnvironment(environmentFor(runtimeFolder));
-    program.start(QStringLiteral(TUCKAWAY_PROGRAM), arguments);
-    if (!program.waitForFinished(120000))
-        qFatal("the program did not end");
-    return {program.exitCode(), QString::fromUtf8(program.readAllStandardOutput()),
-            QString::fromUtf8(program.readAllStandardError())};
+    return runProgram(arguments, {}, environmentFor(runtimeFolder));
 }
 
 // A copy on bar.json whose script serves control requests for a long while; the test ends it.
@@ -120,9 +102,6 @@ private Q_SLOTS:
     void controlOfTheRunningCopy();
     void misusedSwitchesSendNothing_data();
     void misusedSwitchesSendNothing();
-    void hostileClientsOnTheRealSocket_data();
-    void hostileClientsOnTheRealSocket();
-    void hundredClientsAtOnce();
     void noCopyRunning();
     void socketLeftByACrashIsReplaced();
     void twoCopiesStartedAtOnce();
@@ -196,7 +175,7 @@ void TestAutomation::controlOfTheRunningCopy()
     QFETCH(int, exitCode);
     QFETCH(QString, out);
     QFETCH(QString, errors);
-    const Run run = runProgram(m_runtime.path(), arguments);
+    const ProgramRun run = runIn(m_runtime.path(), arguments);
     QCOMPARE(run.errors, errors);
     QCOMPARE(run.out, out);
     QCOMPARE(run.exitCode, exitCode);
@@ -223,76 +202,20 @@ void TestAutomation::misusedSwitchesSendNothing()
     QFETCH(QStringList, arguments);
     QFETCH(QString, errors);
     const qsizetype carriedOut = m_copy->out().count(u"Orden de control: "_s);
-    const Run run = runProgram(m_runtime.path(), arguments);
+    const ProgramRun run = runIn(m_runtime.path(), arguments);
     QCOMPARE(run.exitCode, 2);
     QCOMPARE(run.errors, errors + u'\n');
     QVERIFY(run.out.isEmpty());
     // A status request is answered after whatever came before it, and carries nothing out.
-    QCOMPARE(runProgram(m_runtime.path(), {u"--status"_s}).exitCode, 0);
+    QCOMPARE(runIn(m_runtime.path(), {u"--status"_s}).exitCode, 0);
     QCOMPARE(m_copy->out().count(u"Orden de control: "_s), carriedOut);
-}
-
-void TestAutomation::hostileClientsOnTheRealSocket_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("a line longer than 4 KiB")
-        << QByteArray("{\"command\":\"collapse\"" + QByteArray(5000, ' ') + "}\n")
-        << ControlProtocol::tooLong;
-    QTest::newRow("malformed JSON")
-        << QByteArray("{command: collapse}\n") << ControlProtocol::malformed;
-    QTest::newRow("a command that does not exist")
-        << QByteArray("{\"command\":\"quit\"}\n") << ControlProtocol::unknownCommand;
-}
-
-void TestAutomation::hostileClientsOnTheRealSocket()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, error);
-    QLocalSocket client;
-    client.connectToServer(socketPath());
-    QVERIFY(client.waitForConnected());
-    client.write(bytes);
-    QByteArray received;
-    while (client.waitForReadyRead(60000) || client.bytesAvailable())
-        received += client.readAll();
-    QCOMPARE(client.state(), QLocalSocket::UnconnectedState);
-    const std::optional<ControlAnswer> answer = ControlAnswer::read(received.trimmed());
-    QVERIFY2(answer, received.constData());
-    QCOMPARE(answer->error, error);
-    QCOMPARE(runProgram(m_runtime.path(), {u"--status"_s}).exitCode, 0);
-}
-
-// All at once, each answered; the copy answers on afterwards.
-void TestAutomation::hundredClientsAtOnce()
-{
-    std::vector<std::unique_ptr<QLocalSocket>> clients;
-    for (int i = 0; i < 100; ++i) {
-        clients.push_back(std::make_unique<QLocalSocket>());
-        clients.back()->connectToServer(socketPath());
-    }
-    for (const auto& client : clients) {
-        QVERIFY(client->waitForConnected());
-        client->write(ControlProtocol::write({ControlCommand::Status, {}}));
-        client->flush();
-    }
-    for (const auto& client : clients) {
-        QByteArray received;
-        while (!received.contains('\n') && client->waitForReadyRead(60000))
-            received += client->readAll();
-        received += client->readAll();
-        const std::optional<ControlAnswer> answer = ControlAnswer::read(received.trimmed());
-        QVERIFY2(answer && answer->done(), received.constData());
-    }
-    QCOMPARE(runProgram(m_runtime.path(), {u"--toggle"_s}).out, u"hidden\n"_s);
-    QCOMPARE(runProgram(m_runtime.path(), {u"--toggle"_s}).out, u"shown\n"_s);
 }
 
 // Nothing is started, and nothing is made: neither a folder nor a socket.
 void TestAutomation::noCopyRunning()
 {
     QTemporaryDir runtime;
-    const Run run = runProgram(runtime.path(), {u"--toggle"_s});
+    const ProgramRun run = runIn(runtime.path(), {u"--toggle"_s});
     QCOMPARE(run.exitCode, 3);
     QCOMPARE(run.errors, english(ControlEndpoint::notRunning) + u'\n');
     QVERIFY(run.out.isEmpty());
@@ -310,10 +233,10 @@ void TestAutomation::socketLeftByACrashIsReplaced()
     const QString socket = QDir(runtime.path()).filePath(u"tuckaway-%1.control"_s.arg(::getuid()));
     QVERIFY(QFileInfo::exists(socket));
     QVERIFY(QFileInfo::exists(socket + u".lock"_s));
-    QCOMPARE(runProgram(runtime.path(), {u"--status"_s}).exitCode, 3);
+    QCOMPARE(runIn(runtime.path(), {u"--status"_s}).exitCode, 3);
     ServingCopy next(runtime.path(), m_scripts.path());
     QVERIFY2(next.printed(listening + socket), qPrintable(next.out()));
-    QCOMPARE(runProgram(runtime.path(), {u"--collapse"_s}).out, u"hidden\n"_s);
+    QCOMPARE(runIn(runtime.path(), {u"--collapse"_s}).out, u"hidden\n"_s);
     QVERIFY(next.printed(u"Orden de control: collapse"_s));
 }
 
@@ -327,7 +250,7 @@ void TestAutomation::twoCopiesStartedAtOnce()
     QVERIFY(second.printed(u"Órdenes de control: "_s));
     QCOMPARE(int(first.out().contains(listening)) + int(second.out().contains(listening)), 1);
     QCOMPARE(int(first.out().contains(otherCopy)) + int(second.out().contains(otherCopy)), 1);
-    QCOMPARE(runProgram(runtime.path(), {u"--toggle"_s}).out, u"hidden\n"_s);
+    QCOMPARE(runIn(runtime.path(), {u"--toggle"_s}).out, u"hidden\n"_s);
     ServingCopy& server = first.out().contains(listening) ? first : second;
     QVERIFY(server.printed(u"Orden de control: toggle"_s));
 }
