@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/HiddenIcons.h"
 #include "core/Rect.h"
 #include "hotkey/GlobalHotKey.h"
 #include "inspection/Inspector.h"
@@ -29,6 +30,7 @@ class StatusItemPlaceWait;
 class Timer;
 struct ScreenInfo;
 struct StatusItemEvent;
+struct MenuEntry;
 
 // The application controller: owns every long-lived object, runs the launch, the collapse
 // cycle, the status item's look and menu, the settings window and the interface report.
@@ -49,6 +51,10 @@ public:
     static constexpr double startActionDelay = 1.0;
     static constexpr double hoverRevealDelay = 0.6;
     static constexpr double menuBarBandHeight = 30.0;
+    // How long a revealed item is waited for in the bar, and how often it is looked for.
+    static constexpr double revealWait = 2.0;
+    static constexpr double revealRetryInterval = 0.1;
+    static inline const QString hiddenIconsTitle = QStringLiteral("Iconos ocultos");
 
     // `errors` receives the diagnostic run's failure line.
     AppDelegate(Platform& platform, QIODevice& errors, QObject* parent = nullptr);
@@ -69,6 +75,17 @@ public:
     void refresh();
     void tick();
     void shortcutPressed();
+
+    // Reaching one hidden icon: the hiding is lifted, the item is found again by a scan of
+    // its application alone and pressed, so that its own menu opens; the group hides again
+    // by the countdown, counted from when that menu closes. Failures are said in a notice
+    // and hide the group at once. `revealHiddenApplication` reveals the application's first
+    // item; false (nothing done) when it is not among the hidden ones.
+    bool revealHiddenApplication(const QString& bundle);
+    void revealHiddenIcon(const HiddenIcon& icon);
+    // The icons of the hiding in force, right to left; empty while nothing is hidden.
+    const QList<HiddenIcon>& hiddenIcons() const { return m_hiddenIcons; }
+    bool isRevealing() const { return m_reveal.has_value(); }
 
     // The status item's look and menu.
     void updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style);
@@ -131,6 +148,13 @@ private:
     std::optional<Rect> boundary() const;
     std::optional<QSet<QString>> boundaryHiddenSet();
     void runCountdown(double now, const QPointF& pointer);
+    bool countdownHeld(const QPointF& pointer) const;
+
+    // Reveal steps.
+    void attemptReveal(qint64 generation);
+    void revealAnswered(qint64 generation, const PressOutcome& outcome);
+    void failReveal(const QString& notice);
+    std::vector<MenuEntry> hiddenIconEntries();
 
     std::optional<ScreenInfo> screenUnderPointer() const;
     std::optional<ScreenInfo> screenHolding(const Rect& frame) const;
@@ -158,6 +182,19 @@ private:
     std::optional<double> m_hoverBegan;
     qint64 m_collapseGeneration = 0;
     std::optional<QString> m_qaReportPath;
+
+    struct Reveal {
+        HiddenIcon icon;
+        QSet<QString> group; // hidden again afterwards
+        double deadline = 0; // for the item to stand in the bar again
+        bool pressed = false;
+    };
+    QList<HiddenIcon> m_hiddenIcons;
+    QSet<QString> m_hiddenGroup; // what the hiding in force hides
+    std::optional<Reveal> m_reveal;
+    qint64 m_revealGeneration = 0;
+    QString m_revealFailure; // the notice that stays once the group is hidden again
+    std::unique_ptr<Timer> m_revealRetry;
 };
 
 } // namespace tk

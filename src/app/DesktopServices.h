@@ -48,6 +48,8 @@ public:
     virtual std::optional<ScreenInfo> mainScreen() const = 0;
     virtual QPointF pointerPosition() const = 0;
     virtual bool isAnyMouseButtonPressed() const = 0;
+    // Whether a menu of another application is open (one of its menu-bar items' menus).
+    virtual bool isOtherMenuOpen() const = 0;
 
     // A new item in the system menu bar of fixed `length` points, whose place the system
     // remembers under `autosaveName`.

@@ -31,6 +31,11 @@ public:
     AXAttribute attribute(const AXElementRef& element, const QString& name) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
+    // A recording never acts: what it writes down must stay what the scan saw.
+    qint32 performAction(const AXElementRef&, const QString&) override
+    {
+        return AXResult::cannotComplete;
+    }
     bool isProcessTrusted() override { return m_inner.isProcessTrusted(); }
     bool promptForTrust() override { return m_inner.isProcessTrusted(); }
 

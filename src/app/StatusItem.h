@@ -6,6 +6,7 @@
 #include <QString>
 #include <functional>
 #include <optional>
+#include <vector>
 
 class QImage;
 
@@ -32,13 +33,19 @@ struct StatusItemEvent {
 };
 
 // One entry of a menu opened from the status item. A separator has no title and no action.
+// An entry with a submenu opens it and has no action of its own.
 struct MenuEntry {
     QString title;
     QString keyEquivalent; // with the platform's default modifier (Command); empty: none
     std::function<void()> action;
     bool isSeparator = false;
+    std::vector<MenuEntry> submenu = {};
 
     static MenuEntry separator() { return {{}, {}, {}, true}; }
+    static MenuEntry opening(const QString& title, std::vector<MenuEntry> entries)
+    {
+        return {title, {}, {}, false, std::move(entries)};
+    }
 };
 
 // The application's own item in the system menu bar. The system may give it no button;

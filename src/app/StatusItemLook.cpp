@@ -38,7 +38,7 @@ void AppDelegate::showMenu()
         };
     };
     const QString first = m_visibility.active() ? u"Mostrar iconos ocultos"_s : u"Ocultar grupo"_s;
-    m_item->popUpMenu({
+    QList<MenuEntry> menu{
         {text(first), QString(), call(&AppDelegate::toggleVisibility)},
         {text(u"Mostrar todo y pausar"_s), QString(), call(&AppDelegate::showAll)},
         {text(u"Configuración…"_s), u","_s, call(&AppDelegate::openConfiguration)},
@@ -48,7 +48,11 @@ void AppDelegate::showMenu()
              if (self)
                  Q_EMIT self->quitRequested(0);
          }},
-    });
+    };
+    // The icons of the hiding in force, after the entries of every menu.
+    if (m_visibility.active() && !m_hiddenIcons.isEmpty())
+        menu.insert(3, MenuEntry::opening(text(hiddenIconsTitle), hiddenIconEntries()));
+    m_item->popUpMenu(menu);
 }
 
 } // namespace tk

@@ -17,6 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr double maximumCoordinate = 1.0e6;
+constexpr int maximumMenuDepth = 4; // a menu, its submenus and theirs
 
 struct Token {
     QString text;
@@ -185,7 +186,14 @@ const QHash<QString, Check>& commands()
         {u"click"_s, none()},
         {u"right-click"_s, none()},
         {u"option-click"_s, none()},
-        {u"menu"_s, exactly(1)},
+        {u"escape"_s, none()},
+        {u"menu"_s,
+         [](const QStringList& a) {
+             return a.isEmpty() || a.size() > maximumMenuDepth
+                        ? u"takes the titles of 1 to %1 entries, each in the menu the one "
+                          u"before opened"_s.arg(maximumMenuDepth)
+                        : QString();
+         }},
         {u"pointer"_s, checkPointer},
         {u"button"_s, word({u"down"_s, u"up"_s}, u"the button"_s)},
         {u"wait"_s, exactly(1)}, // the number is checked with the running total
@@ -231,6 +239,16 @@ const QHash<QString, Check>& commands()
                  return u"a bundle identifier must be named"_s;
              return oneOf(a[1], BoundaryPolicy::reasonWords() + QStringList{u"none"_s},
                           u"the reason"_s);
+         })},
+        {u"expect pressed"_s,
+         [](const QStringList& a) {
+             if (a.isEmpty() || a.size() > 2)
+                 return u"takes BUNDLE [TITLE]"_s;
+             return a[0].isEmpty() ? u"a bundle identifier must be named"_s : QString();
+         }},
+        {u"expect menu-open"_s,
+         exactly(1, [](const QStringList& a) {
+             return a[0].isEmpty() ? u"takes a bundle identifier or none"_s : QString();
          })},
         {u"expect notice"_s, exactly(1)},
         {u"expect message"_s, exactly(1)},

@@ -34,7 +34,7 @@ private:
     StepOutcome actOnDesktop(const ScriptStep& step);
     void actOnSettings(const ScriptStep& step);
     StepOutcome clickIcon(int kind, bool option);
-    StepOutcome chooseFromMenu(const QString& spanishTitle);
+    StepOutcome chooseFromMenu(const QStringList& spanishTitles);
     StepOutcome pointer(const QStringList& arguments);
     StepOutcome launch(const QString& application, const QString& name);
     StepOutcome quitApplication(const QString& application);

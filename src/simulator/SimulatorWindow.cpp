@@ -92,6 +92,30 @@ void SimulatorWindow::sceneChanged()
         m_scroll->horizontalScrollBar()->setValue(int(scene.overflowArea().right()));
 }
 
+// Each entry chosen is chosen on the item by its path through the submenus.
+void SimulatorWindow::addMenuEntries(QMenu& menu, const std::vector<MenuEntry>& entries,
+                                     const QList<int>& path)
+{
+    QPointer<SimStatusItem> target(m_platform.simulatedDesktopServices().statusItem());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const MenuEntry& entry = entries.at(i);
+        const QList<int> entryPath = path + QList<int>{int(i)};
+        if (entry.isSeparator) {
+            menu.addSeparator();
+        } else if (!entry.submenu.empty()) {
+            addMenuEntries(*menu.addMenu(entry.title), entry.submenu, entryPath);
+        } else {
+            QString title = entry.title;
+            if (!entry.keyEquivalent.isEmpty())
+                title += u"\t⌘"_s + entry.keyEquivalent.toUpper();
+            connect(menu.addAction(title), &QAction::triggered, this, [target, entryPath] {
+                if (target)
+                    target->chooseMenuPath(entryPath);
+            });
+        }
+    }
+}
+
 void SimulatorWindow::showStatusItemMenu()
 {
     SimStatusItem* item = m_platform.simulatedDesktopServices().statusItem();
@@ -101,21 +125,7 @@ void SimulatorWindow::showStatusItemMenu()
         m_menu->hide();
     auto* menu = new QMenu(this);
     const QList<MenuEntry> entries = *item->openMenu();
-    QPointer<SimStatusItem> target(item);
-    for (int i = 0; i < entries.size(); ++i) {
-        const MenuEntry& entry = entries.at(i);
-        if (entry.isSeparator) {
-            menu->addSeparator();
-            continue;
-        }
-        QString title = entry.title;
-        if (!entry.keyEquivalent.isEmpty())
-            title += u"\t⌘"_s + entry.keyEquivalent.toUpper();
-        connect(menu->addAction(title), &QAction::triggered, this, [target, i] {
-            if (target)
-                target->chooseMenuEntry(i);
-        });
-    }
+    addMenuEntries(*menu, std::vector<MenuEntry>(entries.cbegin(), entries.cend()), {});
     // A choice is made after the menu hides; only a menu closed without one is dismissed.
     const int shown = item->menuCount();
     connect(menu, &QMenu::aboutToHide, this, [this, shown, menu] {

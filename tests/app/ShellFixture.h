@@ -81,6 +81,7 @@ public:
     std::optional<ScreenInfo> mainScreen() const override { return m_desktop.mainScreen(); }
     QPointF pointerPosition() const override { return m_desktop.pointerPosition(); }
     bool isAnyMouseButtonPressed() const override { return m_desktop.isAnyMouseButtonPressed(); }
+    bool isOtherMenuOpen() const override { return m_desktop.isOtherMenuOpen(); }
     std::unique_ptr<StatusItem> createStatusItem(double length, const QString& name) override
     {
         return std::make_unique<InsetButtonItem>(m_desktop.createStatusItem(length, name));

@@ -53,6 +53,10 @@ void TestSimScenario::refusesBadContent_data()
         u"screens[0].frame.height: must be greater than 0"_s);
     row("shortcut key", R"({"takenShortcuts": [{"key": "Q", "modifiers": "controlShift"}]})",
         u"takenShortcuts[0].key: must be one of M, B, Space"_s);
+    row("fractional press result", R"({"apps": [{"pid": 1, "items": [{"pressResult": 0.5}]}]})",
+        u"apps[0].items[0].pressResult: must be a whole number from -2147483648 to 2147483647"_s);
+    row("press a day late", R"({"apps": [{"pid": 1, "items": [{"pressDelay": 86400}]}]})",
+        u"apps[0].items[0].pressDelay: must be at most 3600"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",
         u"tuckaway.pid: 5 is already the pid of apps[0]"_s);
     row("repeated key, escaped", R"({"trusted": true, "tru\u0073ted": false})",

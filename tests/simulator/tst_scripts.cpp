@@ -97,6 +97,7 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("the bar remembers where each icon stood", u"remembered.script"_s, 0, {},
         u"remembered.json"_s);
     row("what a scan meets on its way", u"midscan.script"_s, 0);
+    row("one hidden icon reached, refused, gone", u"reveal.script"_s, 0, {}, u"reveal.json"_s);
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,

@@ -190,7 +190,8 @@ void TestSimulatorWindow::menuOpensAtTheIcon()
     for (QAction* action : menu->actions())
         titles << action->text();
     QCOMPARE(titles, (QStringList{u"Mostrar iconos ocultos"_s, u"Mostrar todo y pausar"_s,
-                                  u"Configuración…\t⌘,"_s, QString(), u"Salir de Tuckaway\t⌘Q"_s}));
+                                  u"Configuración…\t⌘,"_s, u"Iconos ocultos"_s, QString(),
+                                  u"Salir de Tuckaway\t⌘Q"_s}));
 
     if (choose) {
         QTest::mouseClick(menu, Qt::LeftButton, {},

@@ -13,6 +13,7 @@ public:
     AXAttribute attribute(const AXElementRef& element, const QString& name) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
+    qint32 performAction(const AXElementRef& element, const QString& name) override;
 
     bool isProcessTrusted() override;
     bool promptForTrust() override;

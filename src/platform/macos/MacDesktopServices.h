@@ -18,6 +18,7 @@ public:
     std::optional<ScreenInfo> mainScreen() const override;
     QPointF pointerPosition() const override;
     bool isAnyMouseButtonPressed() const override;
+    bool isOtherMenuOpen() const override;
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
     void bringToFront(QWidget& window) override;

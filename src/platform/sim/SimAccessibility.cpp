@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QThread>
 #include <QVarLengthArray>
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -215,19 +216,24 @@ AXAttribute itemAttribute(const Request& request, const QString& name)
     return failed(AXResult::attributeUnsupported);
 }
 
+// Lets `seconds` pass on `time`, as a request that takes so long does.
+void spend(TimeSource& time, double seconds)
+{
+    if (seconds <= 0.0)
+        return;
+    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
+        virtualTime->elapse(seconds);
+    else
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
 // An application that takes longer than the element's timeout, or has stopped answering,
 // costs the timeout and gives no answer.
 bool answersInTime(TimeSource& time, const SimAXElement& element, const SimApplication& application)
 {
     const double timeout = element.timeout;
     const bool answers = element.process->answers() && application.responseDelay <= timeout;
-    const double cost = answers ? application.responseDelay : timeout;
-    if (cost <= 0.0)
-        return answers;
-    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
-        virtualTime->elapse(cost);
-    else
-        std::this_thread::sleep_for(std::chrono::duration<double>(cost));
+    spend(time, answers ? application.responseDelay : timeout);
     return answers;
 }
 
@@ -375,6 +381,36 @@ AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, co
     if (request.item->settableError != AXResult::success)
         return {request.item->settableError, false};
     return {AXResult::success, name == "AXPosition"_L1 && request.item->positionSettable};
+}
+
+// An action the item does not list is not performed; a refused one does nothing; a late one
+// costs the timeout and fails, though the application performs it when it gets to it.
+qint32 SimAccessibility::performAction(const AXElementRef& element, const QString& name)
+{
+    waitWhileHeld(element);
+    const Request request = send(m_desktop, m_time, element);
+    if (request.error != AXResult::success)
+        return request.error;
+    const SimElement* item = request.item;
+    if (!item || !item->actions || !item->actions->contains(name))
+        return AXResult::actionUnsupported;
+    SimPress press;
+    press.pid = request.element->pid;
+    press.bundle = request.application->application->bundleIdentifier.value_or(QString());
+    press.item = int(request.element->path.first());
+    press.title = item->title.kind == SimText::Kind::String ? item->title.string
+                                                            : item->description.string;
+    press.action = name;
+    press.result = item->pressResult;
+    if (press.result == AXResult::success) {
+        const double timeout = request.element->timeout;
+        spend(m_time, std::min(item->pressDelay, timeout));
+        press.acted = true;
+        if (item->pressDelay > timeout)
+            press.result = AXResult::cannotComplete;
+    }
+    m_desktop.notePress(press);
+    return press.result;
 }
 
 bool SimAccessibility::isProcessTrusted()

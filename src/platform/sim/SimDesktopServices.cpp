@@ -140,4 +140,9 @@ QString SimDesktopServices::bundleVersion() const
     return Identity::version;
 }
 
+bool SimDesktopServices::isOtherMenuOpen() const
+{
+    return m_desktop.openItemMenu().has_value();
+}
+
 } // namespace tk

@@ -26,6 +26,8 @@ public:
     std::optional<ScreenInfo> mainScreen() const override;
     QPointF pointerPosition() const override { return m_pointer; }
     bool isAnyMouseButtonPressed() const override { return m_buttonPressed; }
+    // An item's menu that a press opened.
+    bool isOtherMenuOpen() const override;
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
     void bringToFront(QWidget& window) override;
