@@ -4,6 +4,7 @@
 // The simulated desktop's figure includes its seam as well.
 #include "BenchSupport.h"
 #include "inspection/AXScanner.h"
+#include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
@@ -11,6 +12,10 @@
 
 #include <QCoreApplication>
 #include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
 
 using namespace tk;
 
@@ -151,7 +156,7 @@ void scannerAboveTheSeam(benchmark::State& state)
     state.SetLabel("target: perElement <= 1 us");
 }
 
-SimScenario largeDesktop(int applications)
+SimScenario flatDesktop(int applications, int items)
 {
     SimScenario scenario = SimScenarioLoader::builtIn();
     scenario.applications.clear();
@@ -160,10 +165,23 @@ SimScenario largeDesktop(int applications)
         app.pid = 1000 + i;
         app.bundleIdentifier = QStringLiteral("com.example.app%1").arg(i);
         app.name = QStringLiteral("App %1").arg(i);
-        for (int j = 0; j < itemsPerApplication; ++j) {
+        for (int j = 0; j < items; ++j) {
             SimElement item;
             item.role = SimText::of(QStringLiteral("AXMenuBarItem"));
             item.title = SimText::of(QStringLiteral("Item %1").arg(j));
+            item.actions = QStringList{QStringLiteral("AXPress")};
+            app.items << item;
+        }
+        scenario.applications << app;
+    }
+    return scenario;
+}
+
+SimScenario largeDesktop(int applications)
+{
+    SimScenario scenario = flatDesktop(applications, itemsPerApplication);
+    for (SimApplication& app : scenario.applications) {
+        for (SimElement& item : app.items) {
             item.actions = QStringList{QStringLiteral("AXPress"), QStringLiteral("AXShowMenu")};
             item.positionSettable = true;
             for (int k = 0; k < childrenPerItem; ++k) {
@@ -173,9 +191,7 @@ SimScenario largeDesktop(int applications)
                 child.children << SimElement{};
                 item.children << child;
             }
-            app.items << item;
         }
-        scenario.applications << app;
     }
     return scenario;
 }
@@ -200,6 +216,86 @@ void scannerOnSimulatedDesktop(benchmark::State& state)
     state.SetLabel("simulated seam included");
 }
 
+// Passes every request on, and counts the elements the walk visits: it sets a timeout on each
+// application and then on each element it reads. Asked one attribute at a time when `single`,
+// as a walk with a round trip per attribute would be.
+class CountingAccessibility final : public Accessibility {
+public:
+    CountingAccessibility(Accessibility& inner, bool single) : m_inner(inner), m_single(single) {}
+
+    AXElementRef applicationElement(qint32 pid) override
+    {
+        ++applications;
+        return m_inner.applicationElement(pid);
+    }
+    void setMessagingTimeout(const AXElementRef& element, double seconds) override
+    {
+        ++timeouts;
+        m_inner.setMessagingTimeout(element, seconds);
+    }
+    AXAttribute attribute(const AXElementRef& element, const QString& name) override
+    {
+        return m_inner.attribute(element, name);
+    }
+    QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override
+    {
+        return m_single ? Accessibility::attributes(element, names)
+                        : m_inner.attributes(element, names);
+    }
+    std::optional<QStringList> actionNames(const AXElementRef& element) override
+    {
+        return m_inner.actionNames(element);
+    }
+    AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override
+    {
+        return m_inner.isAttributeSettable(element, name);
+    }
+    bool isProcessTrusted() override { return true; }
+    bool promptForTrust() override { return true; }
+
+    int applications = 0;
+    int timeouts = 0;
+
+private:
+    Accessibility& m_inner;
+    bool m_single;
+};
+
+
+// One scan's round trips on a desktop, at the scenario's cost per request.
+double printRoundTrips(const char* desktopName, const SimScenario& scenario, bool single)
+{
+    const std::unique_ptr<SimPlatform> platform = SimPlatform::forTests(scenario);
+    QList<ScanApp> apps;
+    for (const SimApplication& app : platform->desktop().applications()) {
+        if (app.pid != platform->desktop().ownPid())
+            apps << ScanApp{app.pid, app.bundleIdentifier, app.name};
+    }
+    CountingAccessibility counting(platform->accessibility(), single);
+    platform->simulatedAccessibility().resetRoundTrips();
+    AXScanner::scan(apps, {counting, platform->time(), QString()});
+    const SimAccessibility::RoundTrips trips = platform->simulatedAccessibility().roundTrips();
+    const int elements = counting.timeouts - counting.applications;
+    std::printf("%-22s %-20s %6llu round trips  %5.2f per element  %8.1f ms virtual\n",
+                desktopName, single ? "one per attribute" : "grouped", trips.requests,
+                double(trips.requests) / std::max(elements, 1), trips.seconds * 1000.0);
+    return trips.seconds;
+}
+
+void printAllRoundTrips()
+{
+    std::printf("at %.1f ms per request; target: <= 2 round trips per element\n",
+                SimScenario().requestCost * 1000.0);
+    double large[2] = {};
+    for (const bool single : {true, false}) {
+        printRoundTrips("built-in desktop", SimScenarioLoader::builtIn(), single);
+        large[single ? 0 : 1] = printRoundTrips("100 apps x 6 items", flatDesktop(100, 6), single);
+    }
+    std::printf("100 apps x 6 items: %.2f times shorter than one round trip per attribute   "
+                "target: >= 3\n",
+                large[0] / large[1]);
+}
+
 } // namespace
 
 BENCHMARK(scannerAboveTheSeam)->Unit(benchmark::kMillisecond);
@@ -208,6 +304,10 @@ BENCHMARK(scannerOnSimulatedDesktop)->Arg(100)->Arg(600)->Unit(benchmark::kMilli
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], "--round-trips") == 0) {
+        printAllRoundTrips();
+        return 0;
+    }
     if (bench::instructionsRequested(argc, argv)) {
         CannedScan scan;
         // One scan of 100 applications is 6,000 elements: divided by that in bench.sh.

@@ -1,8 +1,10 @@
 // The scenario loader on untrusted files: it never crashes, names the file in every
-// error, and a scenario it accepts makes a desktop that lays out and scans.
+// error, and a scenario it accepts makes a desktop that lays out and scans, on its first
+// screens and on every list of screens it names.
 #include "FuzzSupport.h"
 #include "inspection/AXScanner.h"
 #include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
 
@@ -46,5 +48,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::check(desktop.visibleMenuBarItems().size() == items,
                 "whatever the bar remembers, every running item stands in it once");
     scanDesktop(*platform);
+    // Every list of screens the desktop can change to lays out and scans, even an empty one.
+    for (const SimScreenSet& set : desktop.screenSets()) {
+        platform->simulatedDesktopServices().changeScreens(set.screens);
+        fuzz::check(desktop.visibleMenuBarItems().isEmpty() == set.screens.isEmpty(),
+                    "items stand in a bar exactly while there is a screen");
+        scanDesktop(*platform);
+    }
     return 0;
 }

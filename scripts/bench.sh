@@ -10,13 +10,18 @@ export QT_QPA_PLATFORM=offscreen
 
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTUCKAWAY_BENCHMARKS=ON \
     -DBUILD_TESTING=OFF >/dev/null
-cmake --build "$build" --parallel "$jobs" --target bench_scanner bench_shell bench_startup tuckaway
+cmake --build "$build" --parallel "$jobs" --target bench_scanner bench_shell bench_control bench_startup tuckaway
+
+echo "== Round trips of one scan (simulated desktop, virtual time) =="
+"$build/bench/bench_scanner" --round-trips
 
 echo "== Time and allocations =="
 # The walk's time swings with what else the machine runs: five runs, and their median.
 "$build/bench/bench_scanner" --benchmark_min_time=0.2 --benchmark_repetitions=5 \
     --benchmark_report_aggregates_only=true
 "$build/bench/bench_shell" --benchmark_min_time=0.2
+# A hundred control clients at once: what they cost the main thread, beside the 250 ms tick.
+"$build/bench/bench_control" --benchmark_min_time=0.2
 
 # Each measured operation is dumped as "<name>/<repetitions>"; instructions per operation
 # are the main thread's total divided by the repetitions (and by 6,000 for the scanner's
@@ -24,13 +29,14 @@ echo "== Time and allocations =="
 echo "== Instructions (callgrind) =="
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
-for binary in bench_scanner bench_shell; do
+for binary in bench_scanner bench_shell bench_control; do
     valgrind --tool=callgrind --separate-threads=yes --callgrind-out-file="$work/$binary.%p" \
         "$build/bench/$binary" --instructions >/dev/null 2>&1
 done
 target_of() {
     case "$1" in
         scanner-6000-elements) echo "<= 8000 per element" ;;
+        control-100-status) echo "<= 30000000 per hundred clients, theirs included" ;;
         *) echo "-" ;;
     esac
 }

@@ -35,7 +35,7 @@ for target in $targets; do
     seeds=()
     case "$name" in
         settings | import) seeds=("$root/fuzz/corpus/settings") ;;
-        scenario) seeds=("$root/src/platform/sim/scenarios" "$root/fuzz/corpus/scenario") ;;
+        scenario | export) seeds=("$root/src/platform/sim/scenarios" "$root/fuzz/corpus/scenario") ;;
         script) seeds=("$root/tests/simulator/scripts" "$root/src/simulator/scripts") ;;
         *) [ -d "$root/fuzz/corpus/$name" ] && seeds=("$root/fuzz/corpus/$name") ;;
     esac

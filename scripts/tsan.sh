@@ -9,10 +9,11 @@ build="$root/build-tsan"
 jobs="$(nproc 2>/dev/null || echo 2)"
 # The tests that run scans (the inspector's own walks, the diagnostic run, collapses that
 # scan first, the application shell with its export run, the program itself through its
-# scripted sessions), the simulated desktop read across threads, and the localisation
-# tables' first use. The program they start is built with the checker too.
+# scripted sessions, the control interface whose requests collapse), the simulated desktop
+# read across threads, and the localisation tables' first use. The program they start is
+# built with the checker too.
 tests=(tst_inspector tst_desktopscan tst_diagnosticrun tst_collapsecycle tst_appdelegate
-       tst_scripts tst_simdesktop tst_l10n)
+       tst_scripts tst_controlserver tst_automation tst_simdesktop tst_l10n)
 
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTUCKAWAY_TSAN=ON >/dev/null
 cmake --build "$build" --parallel "$jobs" --target "${tests[@]}" tuckaway

@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 
+#include "app/AppControl.h"
 #include "app/CommandLine.h"
 #include "app/DesktopServices.h"
 #include "app/SettingsWindow.h"
@@ -28,6 +29,7 @@ using namespace Qt::StringLiterals;
 namespace {
 const QString appliedNotice = u"Configuración aplicada."_s;
 const QString applyingNotice = u"Aplicando configuración…"_s;
+const QString otherCopyServes = u"Otra copia de Tuckaway atiende las órdenes de control."_s;
 } // namespace
 
 AppDelegate::AppDelegate(Platform& platform, QIODevice& errors, QObject* parent)
@@ -72,6 +74,7 @@ AppDelegate::LaunchOutcome AppDelegate::applicationDidFinishLaunching(const Comm
     scheduleStartAction(commandLine.openSettings);
     connect(&m_desktop, &DesktopServices::reopenRequested, this,
             [this] { applicationShouldHandleReopen(); });
+    m_control = std::make_unique<AppControl>(*this, m_platform.workspace(), m_platform.time());
     return LaunchOutcome::Running;
 }
 
@@ -129,8 +132,11 @@ void AppDelegate::exportDesktop(const QString& path, bool placed)
         this);
     connect(walk, &WorkerThreadBase::finished, this, [this, walk, recording, desktop, path] {
         walk->deleteLater();
+        const QByteArray json = ScenarioExport::write(*recording, *desktop);
+        const std::optional<QString> limit = ScenarioExport::beyondLoaderLimits(json);
         const std::optional<QString> failure =
-            ScenarioExport::save(path, ScenarioExport::write(*recording, *desktop));
+            limit ? std::optional(text(ScenarioExport::beyondLimitsNotice).arg(*limit))
+                  : ScenarioExport::save(path, json);
         if (failure)
             m_errors.write((*failure + u'\n').toUtf8());
         Q_EMIT quitRequested(failure ? 1 : 0);
@@ -149,6 +155,7 @@ ExportedDesktop AppDelegate::exportedDesktop(bool placed) const
     if (placed)
         desktop.ownIcon = boundary();
     desktop.trusted = m_inspector.isAuthorized();
+    desktop.frameworkAvailable = m_platform.visibilityBridge().isAvailable();
     const std::optional<QString> ownBundle = workspace.mainBundleIdentifier();
     for (const RunningApplication& running : workspace.runningApplications()) {
         if (running.pid != desktop.ownPid && running.bundleIdentifier != ownBundle)
@@ -250,6 +257,8 @@ void AppDelegate::configureHotKey(const std::optional<HotKeySettings>& settings)
 
 void AppDelegate::applicationWillTerminate()
 {
+    if (m_control)
+        m_control->stopListening();
     m_hotKey.stop();
     if (m_interactionTimer) {
         m_interactionTimer->stop();
@@ -335,6 +344,18 @@ void AppDelegate::writeUIReport()
         report.separatorScreen = m_item->buttonFrameOnScreen();
     }
     report.write(*m_qaReportPath, m_item ? m_item->image() : QImage());
+}
+
+void AppDelegate::listenForControl()
+{
+    if (!m_control)
+        return;
+    const ControlServer::Started started = m_control->listen();
+    const QString language = m_preferences.language();
+    if (started.outcome == ControlServer::Outcome::Failed)
+        m_errors.write((started.failure.in(language) + u'\n').toUtf8());
+    else if (started.outcome == ControlServer::Outcome::OtherCopyServes)
+        m_errors.write((text(otherCopyServes) + u'\n').toUtf8());
 }
 
 QString AppDelegate::text(const QString& spanish) const

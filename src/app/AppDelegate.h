@@ -19,6 +19,7 @@ class QWidget;
 
 namespace tk {
 
+class AppControl;
 class DesktopServices;
 class Platform;
 struct ExportedDesktop;
@@ -71,6 +72,8 @@ public:
     void clickStatusItem(const StatusItemEvent& event);
     void toggleVisibility();
     void collapse();
+    // Lifts the hiding, and the auto-collapse countdown starts.
+    void expand();
     void showAll();
     void refresh();
     void tick();
@@ -98,6 +101,11 @@ public:
     void applySettings();
 
     void writeUIReport();
+
+    // The control interface starts listening for this user's clients; a failure is said on
+    // the error stream. Only a launch that left the application running has one.
+    void listenForControl();
+    AppControl* control() const { return m_control.get(); }
 
     Inspector& inspector() { return m_inspector; }
     Preferences& preferences() { return m_preferences; }
@@ -195,6 +203,7 @@ private:
     qint64 m_revealGeneration = 0;
     QString m_revealFailure; // the notice that stays once the group is hidden again
     std::unique_ptr<Timer> m_revealRetry;
+    std::unique_ptr<AppControl> m_control; // first to go: it calls on everything above
 };
 
 } // namespace tk

@@ -56,6 +56,11 @@ void AppDelegate::toggleVisibility()
         collapse();
         return;
     }
+    expand();
+}
+
+void AppDelegate::expand()
+{
     m_visibility.restore();
     m_expandedAt = now();
 }

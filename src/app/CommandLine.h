@@ -1,5 +1,7 @@
 #pragma once
 
+#include "control/ControlProtocol.h"
+
 #include <QString>
 #include <QStringList>
 #include <optional>
@@ -16,6 +18,9 @@ struct CommandLine {
     static inline const QString scenarioSwitch = QStringLiteral("--scenario");
     static inline const QString scriptSwitch = QStringLiteral("--script");
     static inline const QString exportScenarioSwitch = QStringLiteral("--export-scenario");
+    static inline const QString revealSwitch = QStringLiteral("--reveal");
+    // "--" and a command's name; --reveal takes a bundle identifier.
+    static const QStringList& controlSwitches();
 
     std::optional<QString> diagnosticReportPath; // a diagnostic run replaces the launch
     bool diagnosticReportRequested = false;      // the switch anywhere, with a value or not
@@ -24,6 +29,12 @@ struct CommandLine {
     std::optional<QString> scenarioPath; // the simulated desktop to load
     std::optional<QString> scriptPath;   // a session to play on it
     std::optional<QString> exportScenarioPath; // an export run replaces the launch
+    // A control switch or tuckaway:// address: the request goes to the running copy, and
+    // this launch starts nothing. Other arguments are ignored then.
+    std::optional<ControlRequest> controlRequest;
+    // Why the control switches and addresses given cannot be sent: two at once, one with
+    // another run, --reveal without a bundle identifier, an address not understood.
+    std::optional<ControlText> controlMisuse;
 
     // Whether a second copy should hand over to a running one and quit.
     bool checksSingleInstance() const { return !diagnosticReportRequested && !exportScenarioPath; }

@@ -32,16 +32,37 @@ AXAttribute RecordingAccessibility::attribute(const AXElementRef& element, const
 {
     AXAttribute answer = m_inner.attribute(element, name);
     const QMutexLocker lock(&m_mutex);
-    m_answers[element.get()].attributes.insert(name, answer);
+    Answers& recorded = m_answers[element.get()];
+    recorded.attributes.insert(name, answer);
+    recorded.noteRequest(answer.error != AXResult::cannotComplete);
     m_kept.append(element);
     return answer;
+}
+
+QList<AXAttribute> RecordingAccessibility::attributes(const AXElementRef& element,
+                                                      const QStringList& names)
+{
+    QList<AXAttribute> answers = m_inner.attributes(element, names);
+    const QMutexLocker lock(&m_mutex);
+    Answers& recorded = m_answers[element.get()];
+    bool answered = true;
+    for (qsizetype i = 0; i < names.size() && i < answers.size(); ++i) {
+        recorded.attributes.insert(names.at(i), answers.at(i));
+        answered = answered && answers.at(i).error != AXResult::cannotComplete;
+    }
+    recorded.noteRequest(answered);
+    m_kept.append(element);
+    return answers;
 }
 
 std::optional<QStringList> RecordingAccessibility::actionNames(const AXElementRef& element)
 {
     std::optional<QStringList> answer = m_inner.actionNames(element);
     const QMutexLocker lock(&m_mutex);
-    m_answers[element.get()].actions = answer;
+    Answers& recorded = m_answers[element.get()];
+    recorded.actions = answer;
+    if (answer)
+        recorded.noteRequest(true);
     m_kept.append(element);
     return answer;
 }
@@ -51,7 +72,9 @@ AXSettable RecordingAccessibility::isAttributeSettable(const AXElementRef& eleme
 {
     const AXSettable answer = m_inner.isAttributeSettable(element, name);
     const QMutexLocker lock(&m_mutex);
-    m_answers[element.get()].settable = answer;
+    Answers& recorded = m_answers[element.get()];
+    recorded.settable = answer;
+    recorded.noteRequest(answer.error != AXResult::cannotComplete);
     m_kept.append(element);
     return answer;
 }
@@ -152,6 +175,29 @@ QJsonObject elementObject(const RecordingAccessibility& recording, const AXEleme
     return object;
 }
 
+// The requests an application answered before the first it left unanswered, as the recording
+// kept them: each element is asked each thing once by a scan.
+struct Answered {
+    qint64 count = 0;
+    bool hung = false;
+};
+
+void countAnswers(const RecordingAccessibility& recording, const AXElementRef& element,
+                  Answered& answered)
+{
+    const std::optional<RecordingAccessibility::Answers> a = recording.answers(element);
+    if (!a)
+        return;
+    answered.count += a->answeredRequests;
+    answered.hung = answered.hung || a->leftUnanswered;
+    for (const AXAttribute& attribute : a->attributes) {
+        if (attribute.kind == AXAttribute::Kind::Element)
+            countAnswers(recording, attribute.element, answered);
+        for (const AXElementRef& child : attribute.elements)
+            countAnswers(recording, child, answered);
+    }
+}
+
 // An item of the menu bar as the scan read it, under the key the bar remembers it by.
 struct BarItem {
     QJsonObject key;
@@ -196,6 +242,10 @@ QJsonObject applicationObject(const RecordingAccessibility& recording,
         object.insert(u"extrasMenuBar"_s, false);
         return object;
     }
+    Answered answered;
+    countAnswers(recording, recording.application(running.pid), answered);
+    if (answered.hung)
+        object.insert(u"answersBeforeHanging"_s, answered.count);
     QJsonArray items;
     if (const std::optional<RecordingAccessibility::Answers> bar = recording.answers(extras->element))
         items = childrenOf(recording, *bar, 0);
@@ -215,19 +265,6 @@ QList<BarItem> inBarOrder(QList<BarItem> items)
     std::stable_sort(items.begin(), items.end(),
                      [](const BarItem& a, const BarItem& b) { return a.order > b.order; });
     return items;
-}
-
-// How many bar items, counted from the right, stand before the first one wholly left of
-// Tuckaway's icon.
-int placeOf(const QList<BarItem>& barItems, const Rect& ownIcon)
-{
-    int place = 0;
-    for (const BarItem& item : barItems) {
-        if (item.x && *item.x + item.width <= ownIcon.minX())
-            break;
-        ++place;
-    }
-    return place;
 }
 
 } // namespace
@@ -255,13 +292,15 @@ QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
     }
     QJsonObject tuckaway{{u"pid"_s, desktop.ownPid}};
     if (desktop.ownIcon)
-        tuckaway.insert(u"place"_s, placeOf(barItems, *desktop.ownIcon));
+        tuckaway.insert(u"frame"_s, rectObject(*desktop.ownIcon));
     QJsonObject root{{u"screens"_s, screens},
                      {u"apps"_s, apps},
                      {u"tuckaway"_s, tuckaway},
                      {u"trusted"_s, desktop.trusted}};
     if (!remembered.isEmpty())
         root.insert(u"remembered"_s, remembered);
+    if (!desktop.frameworkAvailable)
+        root.insert(u"framework"_s, QJsonObject{{u"present"_s, false}});
     // JSON objects keep no order of their own: the warning is put first by hand.
     QByteArray body = QJsonDocument(root).toJson(QJsonDocument::Indented);
     const QByteArray warning = QJsonDocument(QJsonObject{

@@ -22,6 +22,16 @@ public:
         QHash<QString, AXAttribute> attributes;
         std::optional<std::optional<QStringList>> actions;
         std::optional<AXSettable> settable;
+        qint64 answeredRequests = 0; // round trips, however many attributes each asked for
+        bool leftUnanswered = false; // one of them did not answer in time
+
+        void noteRequest(bool answered)
+        {
+            if (answered)
+                ++answeredRequests;
+            else
+                leftUnanswered = true;
+        }
     };
 
     explicit RecordingAccessibility(Accessibility& inner) : m_inner(inner) {}
@@ -29,6 +39,8 @@ public:
     AXElementRef applicationElement(qint32 pid) override;
     void setMessagingTimeout(const AXElementRef& element, double seconds) override;
     AXAttribute attribute(const AXElementRef& element, const QString& name) override;
+    // Passed on as one request, each answer kept as a single read's would be.
+    QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
     // A recording never acts: what it writes down must stay what the scan saw.
@@ -58,12 +70,21 @@ struct ExportedDesktop {
     qint32 ownPid = 0;
     std::optional<Rect> ownIcon; // accessibility space
     bool trusted = false;
+    bool frameworkAvailable = true; // the private visibility framework is present and loads
 };
 
 namespace ScenarioExport {
 
 // A scenario file that gives the same scan: what the recording read, and nothing more.
 QByteArray write(const RecordingAccessibility& recording, const ExportedDesktop& desktop);
+
+// The bound of a scenario file that `json` goes beyond, named ("at most 16 screens"), so
+// that nothing is written that the loader would refuse; nothing when it keeps within all.
+std::optional<QString> beyondLoaderLimits(const QByteArray& json);
+
+// Said, in the interface language, when a desktop goes beyond a bound; %1 names it.
+inline const QString beyondLimitsNotice =
+    QStringLiteral("No se exportó el escritorio: supera los límites de un escenario (%1).");
 
 // Writes `json` to `path` in one step. Refuses to replace anything but a regular file;
 // the reason when it could not be written.

@@ -2,6 +2,7 @@
 #include "app/CommandLine.h"
 #include "app/FrontEnd.h"
 #include "app/Platform.h"
+#include "control/ControlClient.h"
 
 #include <QApplication>
 #include <QFile>
@@ -45,6 +46,23 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv,
     return application;
 }
 
+// A control switch or address goes to the running copy; this launch starts nothing.
+int sendToRunningCopy(int& argc, char** argv, const CommandLine& commandLine)
+{
+    const QCoreApplication application(argc, argv);
+    quietenToolkitNotes();
+    QFile out;
+    QFile errors;
+    if (!out.open(stdout, QIODevice::WriteOnly | QIODevice::Unbuffered) ||
+        !errors.open(stderr, QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return ControlClient::exitRefused;
+    if (commandLine.controlMisuse) {
+        errors.write((commandLine.controlMisuse->in(std::nullopt) + QLatin1Char('\n')).toUtf8());
+        return ControlClient::exitMisused;
+    }
+    return ControlClient::send(*commandLine.controlRequest, out, errors);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -55,6 +73,8 @@ int main(int argc, char** argv)
         std::fputs(qPrintable(*conflict + QLatin1Char('\n')), stderr);
         return 2;
     }
+    if (commandLine.controlRequest || commandLine.controlMisuse)
+        return sendToRunningCopy(argc, argv, commandLine);
     quietenToolkitNotes();
     PlatformOptions options;
     options.scenarioPath = commandLine.scenarioPath;
@@ -82,8 +102,14 @@ int main(int argc, char** argv)
     QObject::connect(application.get(), &QCoreApplication::aboutToQuit, &delegate,
                      &AppDelegate::applicationWillTerminate);
     std::unique_ptr<QObject> frontEnd;
-    if (delegate.applicationDidFinishLaunching(commandLine) == AppDelegate::LaunchOutcome::Running)
+    if (delegate.applicationDidFinishLaunching(commandLine) ==
+        AppDelegate::LaunchOutcome::Running) {
+        // A session that replays the same way each time opens the control interface only
+        // while its script says so.
+        if (!options.replayable)
+            delegate.listenForControl();
         frontEnd = FrontEnd::show(*created.platform, delegate, commandLine);
+    }
     application->exec();
     return exitCode;
 }

@@ -23,6 +23,17 @@ const QString positionAttribute = QStringLiteral("AXPosition");
 const QString sizeAttribute = QStringLiteral("AXSize");
 const QString childrenAttribute = QStringLiteral("AXChildren");
 
+// What the walk reads of every element in one request: whether it is an item and what it is
+// called.
+const QStringList elementAttributes = {roleAttribute, titleAttribute, descriptionAttribute};
+enum ElementAttribute { Role, Title, Description };
+// Where an item stands, read after its actions and whether it can be moved; with what lies
+// below it while there is time to visit it.
+const QStringList frameAttributes = {positionAttribute, sizeAttribute};
+const QStringList frameAndChildrenAttributes = {positionAttribute, sizeAttribute,
+                                                childrenAttribute};
+enum PlaceAttribute { Position, Size, ItemChildren };
+
 bool readsAs(const AXAttribute& attribute, AXAttribute::Kind kind)
 {
     return attribute.error == AXResult::success && attribute.kind == kind;
@@ -202,12 +213,14 @@ private:
         ++m_counter;
         // A timeout set on an element does not carry to the elements read from it.
         m_ax.setMessagingTimeout(element, messagingTimeout);
-        if (isItemRole(m_ax.attribute(element, roleAttribute)))
-            record(element, path);
+        QList<AXAttribute> read = m_ax.attributes(element, elementAttributes);
+        const bool item = isItemRole(read[Role]);
+        AXAttribute children = item ? record(element, path, read) : AXAttribute();
         // No child would be visited: a request now could only overrun the deadline.
         if (pastDeadline())
             return;
-        const AXAttribute children = m_ax.attribute(element, childrenAttribute);
+        if (!item)
+            children = m_ax.attribute(element, childrenAttribute);
         if (!readsAs(children, AXAttribute::Kind::ElementList))
             return;
         for (qsizetype i = 0; i < children.elements.size(); ++i)
@@ -220,25 +233,29 @@ private:
                (role.string == u"AXMenuBarItem"_s || role.string == u"AXButton"_s);
     }
 
-    QString titleOf(const AXElementRef& element)
+    static QString titleOf(QList<AXAttribute>& read)
     {
-        AXAttribute title = m_ax.attribute(element, titleAttribute);
+        AXAttribute& title = read[Title];
         if (readsAs(title, AXAttribute::Kind::String) && !title.string.isEmpty())
             return std::move(title.string);
-        AXAttribute description = m_ax.attribute(element, descriptionAttribute);
+        AXAttribute& description = read[Description];
         if (readsAs(description, AXAttribute::Kind::String))
             return std::move(description.string);
         return QStringLiteral("Icono sin etiqueta");
     }
 
-    void record(const AXElementRef& element, const Path& path)
+    // Records the item; answers its children when they could be read in the same request as
+    // its frame.
+    AXAttribute record(const AXElementRef& element, const Path& path, QList<AXAttribute>& read)
     {
         ExternalItem& item = items.emplaceBack();
-        item.title = titleOf(element);
+        item.title = titleOf(read);
         if (std::optional<QStringList> actions = m_ax.actionNames(element))
             item.actions = std::move(*actions);
         const AXSettable settable = m_ax.isAttributeSettable(element, positionAttribute);
-        item.frame = frame(m_ax, element);
+        QList<AXAttribute> place = m_ax.attributes(
+            element, pastDeadline() ? frameAttributes : frameAndChildrenAttributes);
+        item.frame = frameOf(place[Position], place[Size]);
         item.bundleID = m_app->bundle;
         item.app = m_appName;
         m_text.clear();
@@ -249,6 +266,7 @@ private:
         item.element = element;
         item.positionWritable = settable.settable && settable.error == AXResult::success;
         appendReportLine(item, settable);
+        return place.size() > ItemChildren ? std::move(place[ItemChildren]) : AXAttribute();
     }
 
     void appendReportLine(const ExternalItem& item, const AXSettable& settable)
@@ -307,11 +325,13 @@ ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment)
 
 std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& element)
 {
-    const AXAttribute position = accessibility.attribute(element, positionAttribute);
-    if (!isAccessibilityValue(position))
-        return std::nullopt;
-    const AXAttribute size = accessibility.attribute(element, sizeAttribute);
-    if (!isAccessibilityValue(size))
+    const QList<AXAttribute> place = accessibility.attributes(element, frameAttributes);
+    return frameOf(place[0], place[1]);
+}
+
+std::optional<Rect> frameOf(const AXAttribute& position, const AXAttribute& size)
+{
+    if (!isAccessibilityValue(position) || !isAccessibilityValue(size))
         return std::nullopt;
     if (position.kind != AXAttribute::Kind::PointValue ||
         size.kind != AXAttribute::Kind::SizeValue || !position.point || !size.size)

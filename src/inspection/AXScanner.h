@@ -68,6 +68,9 @@ ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment);
 
 // The element's position and size, or nothing when either cannot be read.
 std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& element);
+// The frame that a position and a size read give, or nothing when either is not a value of
+// its kind.
+std::optional<Rect> frameOf(const AXAttribute& position, const AXAttribute& size);
 
 } // namespace AXScanner
 

@@ -69,6 +69,10 @@ public:
     virtual AXElementRef applicationElement(qint32 pid) = 0;
     virtual void setMessagingTimeout(const AXElementRef& element, double seconds) = 0;
     virtual AXAttribute attribute(const AXElementRef& element, const QString& name) = 0;
+    // Several attributes of one element in one request, each with its own result, in the
+    // order of `names`. A request that fails as a whole gives its failure to every one.
+    // Here one read after another; an interface that can ask for them at once does.
+    virtual QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names);
     // Nothing when the names cannot be read or are not all strings.
     virtual std::optional<QStringList> actionNames(const AXElementRef& element) = 0;
     virtual AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) = 0;

@@ -39,6 +39,14 @@ public:
         unanswered.error = AXResult::cannotComplete;
         return unanswered;
     }
+    QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override
+    {
+        if (!m_abandoned.load())
+            return m_accessibility.attributes(element, names);
+        AXAttribute unanswered;
+        unanswered.error = AXResult::cannotComplete;
+        return QList<AXAttribute>(names.size(), unanswered);
+    }
     std::optional<QStringList> actionNames(const AXElementRef& element) override
     {
         return m_abandoned.load() ? std::nullopt : m_accessibility.actionNames(element);

@@ -1,5 +1,6 @@
 #include "HeadlessSession.h"
 
+#include "app/AppControl.h"
 #include "app/AppDelegate.h"
 #include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimDesktop.h"
@@ -10,6 +11,8 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
@@ -44,6 +47,13 @@ private:
 namespace {
 
 constexpr int realTimeLimitPerScan = 120; // seconds of the machine's time
+constexpr int clockStep = 10;              // milliseconds between moves of virtual time
+
+QString requestText(const ControlRequest& request)
+{
+    const QString name = ControlProtocol::commandName(request.command);
+    return request.command == ControlCommand::Reveal ? name + u' ' + request.application : name;
+}
 
 // Permission steps that name an application run while the scan under way is under way.
 bool runsDuringScan(const ScriptStep& step)
@@ -187,6 +197,8 @@ StepOutcome HeadlessSession::act(const ScriptStep& step)
 {
     if (runsDuringScan(step))
         return setPermissionDuringScan(step.arguments.at(0) == u"on", step.arguments.at(2));
+    if (step.command == u"serve")
+        return serve(step.arguments.value(0).toDouble());
     if (step.command != u"wait")
         return m_steps.act(step);
     waitFor(step.arguments.value(0).toDouble());
@@ -244,6 +256,72 @@ void HeadlessSession::waitFor(double seconds)
         settle();
     }
     time.advance(std::max(0.0, end - time.now()));
+}
+
+} // namespace tk
+
+namespace tk {
+
+// The copy answers control requests (tuckaway --toggle, …) for `seconds` of the machine's own
+// time; what they start runs on virtual time that follows the machine's clock meanwhile, so
+// the lines printed then differ from run to run. Of copies that serve at once, one listens.
+StepOutcome HeadlessSession::serve(double seconds)
+{
+    AppControl& control = *m_context.app.control();
+    const ControlServer::Started started = control.listen();
+    if (started.outcome == ControlServer::Outcome::Failed)
+        return {2, started.failure.in(u"en"_s)};
+    const bool listening = started.outcome == ControlServer::Outcome::Listening;
+    m_printer.print(listening ? m_printer.text(u"Órdenes de control: escuchando en %1"_s)
+                                    .arg(control.server().socketPath())
+                              : m_printer.text(u"Órdenes de control: otra copia de Tuckaway "
+                                               u"las atiende."_s));
+    const QMetaObject::Connection printing =
+        connect(&control.dispatcher(), &ControlDispatcher::started, this,
+                [this](const ControlRequest& request) {
+                    m_printer.print(
+                        m_printer.text(u"Orden de control: %1"_s).arg(requestText(request)));
+                });
+    followClock(seconds);
+    disconnect(printing);
+    if (listening) {
+        control.stopListening();
+        m_printer.print(m_printer.text(u"Órdenes de control: cerrado."_s));
+    }
+    return {};
+}
+
+// Scans answer as they end; timers fire as the clock reaches them, each one's work done
+// before the next one fires.
+void HeadlessSession::followClock(double seconds)
+{
+    const double origin = m_context.time->now();
+    QElapsedTimer clock;
+    clock.start();
+    QEventLoop loop;
+    QTimer pace;
+    connect(&pace, &QTimer::timeout, &loop, [&] {
+        const double elapsed = double(clock.elapsed()) / 1000.0;
+        advanceTo(origin + std::min(elapsed, seconds));
+        m_printer.printHidden();
+        if (elapsed >= seconds || m_context.appQuit)
+            loop.quit();
+    });
+    m_gate->open();
+    pace.start(clockStep);
+    loop.exec();
+    m_gate->close();
+}
+
+void HeadlessSession::advanceTo(double target)
+{
+    VirtualTimeSource& time = *m_context.time;
+    for (std::optional<double> due = time.nextDue(); due && *due <= target && !m_context.appQuit;
+         due = time.nextDue()) {
+        time.advance(std::max(0.0, *due - time.now()));
+        drain();
+    }
+    time.advance(std::max(0.0, target - time.now()));
 }
 
 } // namespace tk

@@ -24,6 +24,7 @@ class SimPlatform;
 // with its virtual time, in the interface language. Scans run only while the session lets
 // time settle, so the same script prints the same lines whatever the machine's load. A run
 // without a display plays the built-in script, which also saves pictures of the menu bar.
+// A script's "serve" step opens the control interface for a while of the machine's own time.
 // The session runs the script on virtual time; `SessionSteps` carries out its steps,
 // `SessionExpectations` checks them and `SessionPrinter` prints the lines.
 class HeadlessSession final : public QObject {
@@ -63,6 +64,9 @@ private:
     void settle();
     void drain();
     void waitFor(double seconds);
+    StepOutcome serve(double seconds);
+    void followClock(double seconds);
+    void advanceTo(double target);
 
     SessionContext m_context;
     SessionPrinter m_printer;

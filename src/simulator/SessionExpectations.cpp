@@ -7,6 +7,7 @@
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
+#include "settings/LoginItemService.h"
 #include "simulator/SessionContext.h"
 #include "simulator/SessionScript.h"
 
@@ -133,16 +134,31 @@ Failure checkMenuOpen(const SessionContext& context, const ScriptStep& step)
     return compared(step, step.arguments.value(0), open ? open->bundle : u"none"_s);
 }
 
+// What Tuckaway's "Abrir al iniciar sesión" switch shows.
+Failure checkLogin(const SessionContext& context, const ScriptStep& step)
+{
+    return compared(step, step.arguments[0],
+                    context.app.preferences().loginEnabled() ? u"on"_s : u"off"_s);
+}
+
+// What the system has, whether or not Tuckaway has read it since.
+Failure checkLoginItem(const SessionContext& context, const ScriptStep& step)
+{
+    const auto status = qsizetype(context.platform.loginItems().status());
+    return compared(step, step.arguments[0], SessionScript::loginItemStatusWords().value(status));
+}
+
 struct Expectation {
     QStringView command;
     Check check;
 };
 
 constexpr std::array expectations{
-    Expectation{u"expect hidden", checkHidden},   Expectation{u"expect reason", checkReason},
-    Expectation{u"expect state", checkState},     Expectation{u"expect notice", checkNotice},
-    Expectation{u"expect message", checkMessage}, Expectation{u"expect tooltip", checkTooltip},
-    Expectation{u"expect settings", checkSettings}, Expectation{u"expect pressed", checkPressed},
+    Expectation{u"expect hidden", checkHidden},        Expectation{u"expect reason", checkReason},
+    Expectation{u"expect state", checkState},          Expectation{u"expect notice", checkNotice},
+    Expectation{u"expect message", checkMessage},      Expectation{u"expect tooltip", checkTooltip},
+    Expectation{u"expect settings", checkSettings},    Expectation{u"expect login", checkLogin},
+    Expectation{u"expect login-item", checkLoginItem}, Expectation{u"expect pressed", checkPressed},
     Expectation{u"expect menu-open", checkMenuOpen},
 };
 

@@ -172,6 +172,19 @@ QString checkSet(const QStringList& a)
                  u"the field"_s);
 }
 
+// sleep, change, none, the name of a list the scenario gives, or screens in the inline form.
+QString checkScreens(const QStringList& a)
+{
+    static const QRegularExpression name(u"^[a-z][a-z0-9-]{0,31}$"_s);
+    if (a.isEmpty())
+        return u"takes sleep, change, none, the name of a list of screens or the screens"_s;
+    if (a.size() == 1 && (a[0] == u"sleep" || a[0] == u"change" || name.match(a[0]).hasMatch()))
+        return {};
+    const auto frames = SessionScript::screenFrames(a);
+    const QString* error = std::get_if<QString>(&frames);
+    return error ? *error : QString();
+}
+
 QString checkPicture(const QStringList& a)
 {
     static const QRegularExpression name(u"^[A-Za-z0-9][A-Za-z0-9._-]{0,99}\\.png$"_s);
@@ -197,6 +210,7 @@ const QHash<QString, Check>& commands()
         {u"pointer"_s, checkPointer},
         {u"button"_s, word({u"down"_s, u"up"_s}, u"the button"_s)},
         {u"wait"_s, exactly(1)}, // the number is checked with the running total
+        {u"serve"_s, exactly(1)}, // likewise
         {u"shortcut"_s, none()},
         {u"launch"_s, exactly(2, [](const QStringList& a) { return checkApplication(a[0]); })},
         {u"quit"_s, exactly(1, [](const QStringList& a) { return checkApplication(a[0]); })},
@@ -205,7 +219,9 @@ const QHash<QString, Check>& commands()
         {u"recover"_s, exactly(1, [](const QStringList& a) { return checkApplication(a[0]); })},
         {u"framework"_s, word({u"present"_s, u"absent"_s, u"error"_s, u"exception"_s, u"silent"_s},
                               u"the framework"_s)},
-        {u"screens"_s, word({u"sleep"_s, u"change"_s}, u"screens"_s)},
+        {u"screens"_s, checkScreens},
+        {u"login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
+        {u"login-item"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
         {u"reopen"_s, none()},
         {u"second-launch"_s, none()},
         {u"drag"_s, exactly(1,
@@ -250,6 +266,8 @@ const QHash<QString, Check>& commands()
          exactly(1, [](const QStringList& a) {
              return a[0].isEmpty() ? u"takes a bundle identifier or none"_s : QString();
          })},
+        {u"expect login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
+        {u"expect login-item"_s, word(SessionScript::loginItemStatusWords(), u"the status"_s)},
         {u"expect notice"_s, exactly(1)},
         {u"expect message"_s, exactly(1)},
         {u"expect tooltip"_s, exactly(1)},
@@ -317,6 +335,39 @@ QString ScriptStep::text() const
     return spelled;
 }
 
+std::variant<QList<Rect>, QString> SessionScript::screenFrames(const QStringList& words)
+{
+    static const QRegularExpression form(u"^([0-9.]+)x([0-9.]+)(?:@([-0-9.]+),([-0-9.]+))?$"_s);
+    if (words.size() > maximumScreens)
+        return u"at most %1 screens"_s.arg(maximumScreens);
+    QList<Rect> frames;
+    for (const QString& word : words) {
+        const QRegularExpressionMatch match = form.match(word);
+        if (!match.hasMatch())
+            return u"\"%1\" is none of sleep, change, none, the name of a list of screens, "
+                   "WIDTHxHEIGHT or WIDTHxHEIGHT@X,Y"_s.arg(word);
+        const auto width = number(match.captured(1), longestScreenSide);
+        const auto height = number(match.captured(2), longestScreenSide);
+        if (!width || !height || *width <= 0.0 || *height <= 0.0)
+            return u"a screen's width and height must be above 0 and at most %1"_s.arg(
+                longestScreenSide);
+        const auto x = match.hasCaptured(3) ? number(match.captured(3), maximumCoordinate) : 0.0;
+        const auto y = match.hasCaptured(4) ? number(match.captured(4), maximumCoordinate) : 0.0;
+        if (!x || !y)
+            return u"X and Y must be numbers between -%1 and %1"_s.arg(maximumCoordinate, 0, 'f',
+                                                                       0);
+        frames.append(Rect{*x, *y, *width, *height});
+    }
+    return frames;
+}
+
+const QStringList& SessionScript::loginItemStatusWords()
+{
+    static const QStringList words{u"enabled"_s, u"requires-approval"_s, u"not-registered"_s,
+                                   u"not-found"_s};
+    return words;
+}
+
 const QStringList& SessionScript::sectionNames()
 {
     static const QStringList names{u"general"_s, u"organization"_s, u"appearance"_s,
@@ -360,10 +411,10 @@ ScriptOrError SessionScript::read(const QByteArray& bytes)
             return ScriptError{lineNumber, *error};
         ScriptStep& parsed = std::get<ScriptStep>(step);
         parsed.line = lineNumber;
-        if (parsed.command == u"wait") {
+        if (parsed.command == u"wait" || parsed.command == u"serve") {
             const std::optional<double> seconds = number(parsed.arguments[0], maximumWait);
             if (!seconds || *seconds < 0.0)
-                return ScriptError{lineNumber, u"wait: SECONDS must be a number from 0 to %1"_s.arg(maximumWait)};
+                return ScriptError{lineNumber, u"%1: SECONDS must be a number from 0 to %2"_s.arg(parsed.command).arg(maximumWait)};
             totalWait += *seconds;
             if (totalWait > maximumTotalWait)
                 return ScriptError{lineNumber, u"the script waits more than %1 seconds in all"_s.arg(maximumTotalWait)};

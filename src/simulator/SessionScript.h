@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Rect.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -40,6 +42,17 @@ inline constexpr double maximumWait = 3600.0;      // seconds, one step
 inline constexpr double maximumTotalWait = 86400.0; // seconds, the whole script
 
 ScriptOrError read(const QByteArray& bytes);
+
+inline constexpr int maximumScreens = 16;            // in one "screens" step
+inline constexpr double longestScreenSide = 16384.0; // points
+
+// The screens of a "screens" step in the inline form, one word each: WIDTHxHEIGHT, at the
+// origin, or WIDTHxHEIGHT@X,Y (screen space, the first the primary); the reason otherwise.
+std::variant<QList<Rect>, QString> screenFrames(const QStringList& words);
+
+// The login item's statuses as a script names them, in the order of
+// `LoginItemService::Status`.
+const QStringList& loginItemStatusWords();
 
 // Settings sections by name, in the order of their indices.
 const QStringList& sectionNames();

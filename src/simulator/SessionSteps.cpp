@@ -5,6 +5,7 @@
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
+#include "platform/sim/SimLoginItems.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
 #include "simulator/SessionContext.h"
@@ -64,7 +65,7 @@ StepOutcome SessionSteps::act(const ScriptStep& step)
     if (command == u"button")
         m_context.platform.simulatedDesktopServices().setMouseButtonPressed(first == u"down");
     else if (command == u"shortcut")
-        pressShortcut(m_context.platform);
+        pressShortcut();
     else if (command == u"drag")
         m_context.platform.desktop().moveStatusItem(first.toDouble());
     else
@@ -91,7 +92,9 @@ StepOutcome SessionSteps::actOnDesktop(const ScriptStep& step)
         desktop.setFrameworkBehaviour(SimulatorPanel::behaviourFor(
             SimulatorPanel::frameworkModeNamed(first), desktop.frameworkBehaviour()));
     else if (command == u"screens")
-        first == u"sleep" ? services.sleepScreens() : services.changeScreenParameters();
+        return changeScreens(step.arguments);
+    else if (command == u"login-item")
+        return switchLoginItem(first == u"on");
     else if (command == u"reopen")
         services.reopen();
     else if (command == u"second-launch")
@@ -119,7 +122,49 @@ void SessionSteps::actOnSettings(const ScriptStep& step)
         set(first, step.arguments.value(1));
     } else if (command == u"language") {
         m_context.app.preferences().setLanguage(first);
+    } else if (command == u"login") {
+        m_context.app.preferences().setLogin(first == u"on");
     }
+}
+
+// The system's screen events: sleep, a change of parameters that keeps the screens, or a
+// change to other screens (a list the scenario names, none, or the ones the step gives).
+StepOutcome SessionSteps::changeScreens(const QStringList& arguments)
+{
+    SimDesktopServices& services = m_context.platform.simulatedDesktopServices();
+    const QString& first = arguments.first();
+    if (arguments.size() == 1 && first == u"sleep") {
+        services.sleepScreens();
+        return {};
+    }
+    if (arguments.size() == 1 && first == u"change") {
+        services.changeScreenParameters();
+        return {};
+    }
+    std::optional<QList<SimScreen>> screens = namedScreens(m_context.platform.desktop(), first);
+    if (!screens && arguments.size() == 1 && !first.front().isDigit())
+        return {2, u"the scenario names no list of screens \"%1\""_s.arg(first)};
+    if (!screens)
+        screens = screensOf(std::get<QList<Rect>>(SessionScript::screenFrames(arguments)));
+    services.changeScreens(*screens);
+    const QString described = describedScreens(*screens);
+    m_printer.print(m_printer.text(u"Pantallas: %1"_s)
+                        .arg(described.isEmpty() ? m_printer.text(u"ninguna"_s) : described));
+    return {};
+}
+
+// The person switches Tuckaway on or off in System Settings (General, Login Items).
+// Tuckaway reads the status when it registers or unregisters, and at launch, as on a Mac:
+// the session says what the system now has.
+StepOutcome SessionSteps::switchLoginItem(bool on)
+{
+    SimLoginItems* loginItems = m_context.platform.simulatedLoginItems();
+    if (!loginItems)
+        return {2, u"the login items are the host's own, not the simulated ones"_s};
+    on ? loginItems->approve() : loginItems->switchOff();
+    m_printer.print(m_printer.text(u"Inicio de sesión según el sistema: %1"_s)
+                        .arg(m_printer.text(loginItemStatusText(loginItems->status()))));
+    return {};
 }
 
 // As the status item delivers a mouse-up on its button; the pointer stays where it is.
@@ -214,11 +259,20 @@ StepOutcome SessionSteps::setHung(const QString& application, bool hung)
     return {};
 }
 
+// Other applications that hold the combination hear the press too.
+void SessionSteps::pressShortcut()
+{
+    if (const std::optional<SystemNote> note = tk::pressShortcut(m_context.platform).note()) {
+        QString line = m_printer.text(note->spanish);
+        for (const QString& argument : std::as_const(note->arguments))
+            line = line.arg(argument);
+        m_printer.print(line);
+    }
+}
+
 void SessionSteps::secondLaunch()
 {
-    if (launchSecondCopy(m_context.platform))
-        m_printer.print(m_printer.text(u"Otra copia de Tuckaway ha traído al frente la que ya "
-                                       "estaba abierta y ha salido."_s));
+    m_printer.print(m_printer.text(launchSecondCopy(m_context.platform).spanish));
 }
 
 // As the settings view edits the record: one field through the store.

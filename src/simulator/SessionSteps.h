@@ -35,10 +35,13 @@ private:
     void actOnSettings(const ScriptStep& step);
     StepOutcome clickIcon(int kind, bool option);
     StepOutcome chooseFromMenu(const QStringList& spanishTitles);
+    StepOutcome changeScreens(const QStringList& arguments);
+    StepOutcome switchLoginItem(bool on);
     StepOutcome pointer(const QStringList& arguments);
     StepOutcome launch(const QString& application, const QString& name);
     StepOutcome quitApplication(const QString& application);
     StepOutcome setHung(const QString& application, bool hung);
+    void pressShortcut();
     void secondLaunch();
     void set(const QString& field, const QString& value);
     StepOutcome savePicture(const QString& name);

@@ -82,7 +82,11 @@ void SimMenuBarScene::layOutStrips(const SimDesktop& desktop)
     if (overflowWidth > 0.0 && !m_strips.isEmpty())
         m_overflow = QRectF(margin, m_strips.first().area.top(), overflowWidth,
                             m_strips.first().area.height());
-    m_size = QSizeF(left + widest + margin, qMax(top, 2 * margin + labelHeight));
+    if (screens.isEmpty()) { // room to say so, as high as one screen's strip
+        widest = noScreenWidth;
+        top += labelHeight + (SimDesktop::menuBarHeight + deskDepth) * m_scale + margin;
+    }
+    m_size = QSizeF(left + widest + margin, top);
 }
 
 void SimMenuBarScene::layOutItems(const SimDesktop& desktop)

@@ -26,6 +26,7 @@ public:
     static constexpr double margin = 12.0;    // pixels around everything
     static constexpr double labelHeight = 22.0;
     static constexpr double overflowPadding = 16.0; // points left of the leftmost item
+    static constexpr double noScreenWidth = 400.0;  // pixels, when there is no screen to draw
 
     struct Strip {
         int screen = 0;

@@ -20,6 +20,10 @@ SimMenuBarView::SimMenuBarView(SimDesktop& desktop, SimDesktopServices& services
 {
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    connect(&m_desktop, &SimDesktop::screensChanged, this, [this] {
+        if (m_fitPixels)
+            fitWidth(*m_fitPixels);
+    });
     connect(&m_desktop, &SimDesktop::menuBarChanged, this, &SimMenuBarView::rebuild);
     rebuild();
 }
@@ -29,6 +33,7 @@ SimMenuBarView::~SimMenuBarView() = default;
 // The primary screen's bar, where the items stand, decides; wider screens may scroll.
 void SimMenuBarView::fitWidth(int pixels)
 {
+    m_fitPixels = pixels;
     const QList<SimScreen>& screens = m_desktop.screens();
     const double primary = screens.isEmpty() ? 0.0 : screens.first().frame.standardized().width;
     const double room = pixels - 2 * SimMenuBarScene::margin;

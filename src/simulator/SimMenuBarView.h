@@ -27,7 +27,8 @@ public:
     ~SimMenuBarView() override;
 
     const SimMenuBarScene& scene() const { return m_scene; }
-    // The largest scale up to 1 at which the primary screen fits `pixels`.
+    // The largest scale up to 1 at which the primary screen fits `pixels`; again whenever the
+    // screens change.
     void fitWidth(int pixels);
     void setLanguage(const QString& language);
     // The status item's menu is open: its icon stays highlighted.
@@ -69,6 +70,7 @@ private:
     QPointer<SimStatusItem> m_connectedItem;
     SimMenuBarScene m_scene;
     double m_scale = 1.0;
+    std::optional<int> m_fitPixels;
     QString m_language;
     std::optional<Press> m_press;
     std::optional<QPointF> m_dragAt;

@@ -3,15 +3,12 @@
 #include "app/AppDelegate.h"
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
-#include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
 #include "simulator/SimulatorTexts.h"
-#include "simulator/SystemActions.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -45,7 +42,8 @@ const QStringList frameworkModeKeys{u"Presente: concede la ocultación"_s, u"Aus
 } // namespace
 
 SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget* parent)
-    : QWidget(parent), m_platform(platform), m_desktop(platform.desktop()), m_app(app)
+    : QWidget(parent), m_platform(platform), m_desktop(platform.desktop()),
+      m_firstScreens(m_desktop.screens()), m_app(app)
 {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -85,6 +83,8 @@ SimulatorPanel::SimulatorPanel(SimPlatform& platform, AppDelegate& app, QWidget*
             &SimulatorPanel::refreshStatus);
     connect(&m_app.preferences(), &Preferences::languageChanged, this,
             &SimulatorPanel::retranslate);
+    connect(&m_app.preferences(), &Preferences::loginEnabledChanged, this,
+            &SimulatorPanel::refreshLoginItems);
     if (auto* item = dynamic_cast<SimStatusItem*>(m_app.statusItem()))
         connect(item, &SimStatusItem::appearanceChanged, this, &SimulatorPanel::refreshStatus);
     retranslate();
@@ -230,6 +230,7 @@ QWidget* SimulatorPanel::buildPermissions()
     m_framework->setCurrentIndex(int(modeOf(m_desktop.frameworkBehaviour())));
     framework->addWidget(m_framework);
     layout->addWidget(m_frameworkBox);
+    layout->addWidget(buildLoginItems());
     layout->addStretch(1);
 
     connect(m_trusted, &QCheckBox::toggled, this, &SimulatorPanel::setAccessibilityGranted);
@@ -255,51 +256,6 @@ QWidget* SimulatorPanel::buildTuckaway()
     layout->addWidget(m_bringBack);
     connect(m_bringBack, &QPushButton::clicked, this, &SimulatorPanel::bringIconBack);
     return m_tuckawayBox;
-}
-
-QWidget* SimulatorPanel::buildSystem()
-{
-    m_systemBox = new QGroupBox(this);
-    auto* layout = new QGridLayout(m_systemBox);
-    const QList<void (SimulatorPanel::*)()> actions{
-        &SimulatorPanel::pressShortcut, &SimulatorPanel::sleepScreens,
-        &SimulatorPanel::changeScreenParameters, &SimulatorPanel::reopen,
-        &SimulatorPanel::launchSecondCopy};
-    for (qsizetype i = 0; i < actions.size(); ++i) {
-        auto* button = new QPushButton(m_systemBox);
-        layout->addWidget(button, int(i / 2), int(i % 2));
-        connect(button, &QPushButton::clicked, this, actions.at(i));
-        m_systemButtons << button;
-    }
-    return m_systemBox;
-}
-
-void SimulatorPanel::pressShortcut()
-{
-    if (!tk::pressShortcut(m_platform))
-        showMessage(u"No hay ningún atajo registrado: la pulsación no llega a Tuckaway."_s);
-}
-
-void SimulatorPanel::sleepScreens()
-{
-    m_platform.simulatedDesktopServices().sleepScreens();
-}
-
-void SimulatorPanel::changeScreenParameters()
-{
-    m_platform.simulatedDesktopServices().changeScreenParameters();
-}
-
-void SimulatorPanel::reopen()
-{
-    m_platform.simulatedDesktopServices().reopen();
-}
-
-void SimulatorPanel::launchSecondCopy()
-{
-    if (tk::launchSecondCopy(m_platform))
-        showMessage(u"Otra copia de Tuckaway ha traído al frente la que ya estaba abierta y ha "
-                    "salido."_s);
 }
 
 void SimulatorPanel::refreshApplications()
@@ -368,12 +324,7 @@ void SimulatorPanel::retranslate()
                              "para el menú; Ctrl-arrastrar (⌘ en un Mac) para moverlo."_s));
     m_bringBack->setText(text(u"Poner su icono en el extremo derecho"_s));
     m_bringBack->setEnabled(m_iconOffScreen);
-    m_systemBox->setTitle(text(u"Sistema"_s));
-    const QStringList systemKeys{u"Pulsar el atajo"_s, u"Dormir las pantallas"_s,
-                                 u"Cambiar las pantallas"_s, u"Reabrir Tuckaway"_s,
-                                 u"Abrir otra copia"_s};
-    for (qsizetype i = 0; i < m_systemButtons.size(); ++i)
-        m_systemButtons.at(i)->setText(text(systemKeys.at(i)));
+    retranslateSystem();
 
     QString warning;
     if (m_offScreenItems > 0)

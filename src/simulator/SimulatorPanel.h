@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/sim/SimScenario.h"
+
 #include <QStringList>
 #include <QWidget>
 
@@ -17,16 +19,15 @@ class AppDelegate;
 
 class SimDesktop;
 class SimPlatform;
-struct SimApplication;
-struct SimElement;
-struct SimFrameworkBehaviour;
 
 // What a person may do to the simulated desktop around Tuckaway: launch and quit other
-// applications (and start again those that quit), grant or withdraw the Accessibility permission, make the visibility framework
-// absent, failing or silent; and what the system does around it: press the global shortcut,
-// put the screens to sleep, change the screen parameters, re-open the application, start a
-// second copy of it. It also shows what Tuckaway says (tooltip, status, notice) and
-// the simulator's own messages, all in the interface language.
+// applications (and start again those that quit), grant or withdraw the Accessibility
+// permission, make the visibility framework absent, failing or silent, switch Tuckaway's
+// login item on or off in System Settings; and what the system does around it: press the
+// global shortcut, put the screens to sleep, change the screens (to a list the scenario
+// names, or none), re-open the application, start a second copy of it. It also shows what
+// Tuckaway says (tooltip, status, notice) and the simulator's own messages, all in the
+// interface language.
 class SimulatorPanel final : public QWidget {
     Q_OBJECT
 
@@ -59,9 +60,13 @@ public:
     void bringIconBack();
     void pressShortcut();
     void sleepScreens();
-    void changeScreenParameters();
+    // The screens change to the list the scenario gives that name, to none for "none", or
+    // back to the scenario's first screens for an empty name; the system says so.
+    void changeScreens(const QString& name);
     void reopen();
     void launchSecondCopy();
+    // The person switches Tuckaway on or off in System Settings (General, Login Items).
+    void setLoginItemSwitchedOn(bool on);
 
     // A Spanish text with %1… placeholders, shown translated until the next message.
     void showMessage(const QString& spanish, const QStringList& arguments = {});
@@ -77,15 +82,19 @@ private:
     QWidget* buildPermissions();
     QWidget* buildTuckaway();
     QWidget* buildSystem();
+    QWidget* buildLoginItems();
     void refreshApplications();
     void refreshLaunchables();
     void refreshTrust();
     void refreshStatus();
+    void retranslateSystem();
+    void refreshLoginItems();
     QString text(const QString& spanish) const;
     SimApplication launchable(int launchableIndex) const;
 
     SimPlatform& m_platform;
     SimDesktop& m_desktop;
+    QList<SimScreen> m_firstScreens; // as the scenario starts
     AppDelegate& m_app;
     QString m_message;
     QStringList m_messageArguments;
@@ -107,6 +116,10 @@ private:
     QLabel* m_gestures = nullptr;
     QPushButton* m_bringBack = nullptr;
     QGroupBox* m_systemBox = nullptr;
+    QComboBox* m_screens = nullptr;
+    QGroupBox* m_loginItemsBox = nullptr;
+    QCheckBox* m_loginItemOn = nullptr;
+    QLabel* m_loginItemStatus = nullptr;
     QList<QPushButton*> m_systemButtons;
     QLabel* m_warning = nullptr;
     QLabel* m_messageLabel = nullptr;

@@ -3,6 +3,7 @@
 #include "core/Identity.h"
 #include "app/StatusItemPlaceWait.h"
 #include "diagnostics/InterfaceReport.h"
+#include "inspection/Workspace.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -52,6 +53,8 @@ private Q_SLOTS:
     void exportReadsThePlaceOnceLaidOut_data();
     void exportReadsThePlaceOnceLaidOut();
     void settingsWindowAndReport();
+    void outsideABundle_data();
+    void outsideABundle();
 };
 
 void TestAppDelegate::launchSequence()
@@ -284,25 +287,28 @@ void TestAppDelegate::settledWindow()
     QCOMPARE(StatusItemPlaceWait::isSettled(window, screens), settled);
 }
 
-// The export reads Tuckaway's place once the system has laid the item out, and waits no more
-// than a second for it; without it the file has no place, and standard error says why.
+// The export reads Tuckaway's frame once the system has laid the item out, and waits no more
+// than a second for it; without it the file has no frame, and standard error says why.
 void TestAppDelegate::exportReadsThePlaceOnceLaidOut_data()
 {
     QTest::addColumn<int>("layoutTurns"); // negative: never laid out
     QTest::addColumn<bool>("placed");
-    QTest::newRow("laid out at once") << 0 << true;
-    QTest::newRow("after the first turn, as on a Mac") << 1 << true;
-    QTest::newRow("after a few turns") << 3 << true;
-    QTest::newRow("never") << -1 << false;
+    QTest::addColumn<bool>("inset"); // the button inset in its window: its frame is written
+    QTest::newRow("laid out at once") << 0 << true << false;
+    QTest::newRow("after the first turn, as on a Mac") << 1 << true << false;
+    QTest::newRow("after a few turns") << 3 << true << false;
+    QTest::newRow("never") << -1 << false << false;
+    QTest::newRow("the button inset in its window") << 1 << true << true;
 }
 
 void TestAppDelegate::exportReadsThePlaceOnceLaidOut()
 {
     QFETCH(int, layoutTurns);
     QFETCH(bool, placed);
+    QFETCH(bool, inset);
     QTemporaryDir folder;
     const QString path = folder.filePath(u"desktop.json"_s);
-    Shell shell;
+    Shell shell(SimScenarioLoader::builtIn(), inset);
     shell.services.setStatusItemLayoutTurns(layoutTurns);
     QCOMPARE(shell.launch({u"--export-scenario"_s, path}), AppDelegate::LaunchOutcome::ExportRun);
     // Until the scan has ended, or the wait has given up. The scan lets virtual time pass on
@@ -318,7 +324,16 @@ void TestAppDelegate::exportReadsThePlaceOnceLaidOut()
     QTRY_COMPARE(shell.quits->count(), 1);
     QCOMPARE(shell.quits->first().first().toInt(), 0);
     const QJsonObject tuckaway = readReport(path).value(u"tuckaway"_s).toObject();
-    QCOMPARE(tuckaway.value(u"place"_s).toInt(-1), placed ? shell.desktop.statusItemPlace() : -1);
+    const Rect icon = shell.desktop.statusItemFrame().value_or(Rect());
+    const Rect button =
+        inset ? Rect{icon.x + 2, icon.y + 1, icon.width - 4, icon.height - 2} : icon;
+    const QJsonObject frame = tuckaway.value(u"frame"_s).toObject();
+    QCOMPARE(frame.isEmpty(), !placed);
+    QVERIFY(!placed || (frame.value(u"x"_s).toDouble() == button.x &&
+                        frame.value(u"y"_s).toDouble() == button.y &&
+                        frame.value(u"width"_s).toDouble() == button.width &&
+                        frame.value(u"height"_s).toDouble() == button.height));
+    QVERIFY(!tuckaway.contains(u"place"_s));
     QCOMPARE(QString::fromUtf8(shell.errors.data()),
              placed ? QString() : u"Aún no se puede leer la posición del separador.\n"_s);
 }
@@ -406,6 +421,41 @@ void TestAppDelegate::settingsWindowAndReport()
     shell.preferences().setLanguage(u"en"_s);
     shell.drain();
     QCOMPARE(window->windowTitle(), u"Tuckaway Settings"_s);
+}
+
+void TestAppDelegate::outsideABundle_data()
+{
+    QTest::addColumn<bool>("bundledCopyRuns");
+    QTest::newRow("alone") << false;
+    QTest::newRow("beside a bundled copy") << true;
+}
+
+// Run outside an application bundle, this copy has no bundle identifier: it looks for a
+// running copy by the built-in one, its scan leaves out every application without an
+// identifier as it leaves out its own, and the hiding asks for the bundle.
+void TestAppDelegate::outsideABundle()
+{
+    QFETCH(bool, bundledCopyRuns);
+    SimScenario scenario = bundledCopyRuns ? withAnotherCopy() : SimScenarioLoader::builtIn();
+    scenario.ownBundleIdentifier.reset();
+    Shell shell(std::move(scenario));
+    QCOMPARE(shell.platform->workspace().mainBundleIdentifier(), std::nullopt);
+    const auto outcome = shell.launch();
+    QCOMPARE(outcome, bundledCopyRuns ? AppDelegate::LaunchOutcome::HandedOver
+                                      : AppDelegate::LaunchOutcome::Running);
+    QCOMPARE(shell.services.activatedApplications(),
+             bundledCopyRuns ? QList<qint32>{7001} : QList<qint32>());
+    if (bundledCopyRuns)
+        return;
+    QVERIFY(shell.settled());
+    const QList<ExternalItem> items = shell.app->inspector().items();
+    QVERIFY(!items.isEmpty());
+    QVERIFY(std::all_of(items.cbegin(), items.cend(),
+                        [](const ExternalItem& item) { return item.bundleID.has_value(); }));
+    QVERIFY(!shell.collapsed());
+    QCOMPARE(shell.visibility().message(), u"Ejecuta el bundle de la aplicación."_s);
+    QVERIFY(!shell.desktop.allowList());
+    QCOMPARE(shell.services.bundleVersion(), QString());
 }
 
 QTEST_MAIN(TestAppDelegate)

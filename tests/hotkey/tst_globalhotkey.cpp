@@ -6,6 +6,8 @@
 
 using namespace tk;
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Combination = SimHotKeyService::Combination;
@@ -19,6 +21,20 @@ const QString takenLine = QStringLiteral("No se pudo registrar el atajo (-9878).
 
 constexpr Combination controlOptionCommandM{46, 0x1900};
 constexpr Combination controlShiftB{11, 0x1200};
+
+// Another application's hold on a combination.
+SimShortcut held(const QString& key, const QString& modifiers, const QString& holder,
+                 bool exclusive = false, HotKeyService::Status registerStatus = 0)
+{
+    SimShortcut shortcut;
+    shortcut.key = key;
+    shortcut.modifiers = modifiers;
+    if (!holder.isEmpty())
+        shortcut.holder = holder;
+    shortcut.exclusive = exclusive;
+    shortcut.registerStatus = registerStatus;
+    return shortcut;
+}
 
 HotKeySettings shortcut(const QString& key, const QString& modifiers,
                         const QString& action = QStringLiteral("toggle"))
@@ -36,6 +52,8 @@ private Q_SLOTS:
     void configureAnswersItsStatus();
     void registeredOnceUntilChangedStoppedOrDestroyed();
     void pressesReachOnlyTheShortcutsAction();
+    void combinationsOthersHold_data();
+    void combinationsOthersHold();
 };
 
 void TestGlobalHotKey::configureAnswersItsStatus_data()
@@ -63,7 +81,8 @@ void TestGlobalHotKey::configureAnswersItsStatus()
     QFETCH(int, installStatus);
     QFETCH(QString, line);
     SimHotKeyService service;
-    service.setTakenShortcuts({SimShortcut{"Space", "controlOption"}});
+    service.setTakenShortcuts(
+        {held(u"Space"_s, u"controlOption"_s, {}, false, HotKeyService::hotKeyExists)});
     service.setInstallStatus(installStatus);
     GlobalHotKey hotKey(service);
 
@@ -141,6 +160,55 @@ void TestGlobalHotKey::pressesReachOnlyTheShortcutsAction()
     QVERIFY(!service.press(controlOptionCommandM));
     QVERIFY(!service.press(Combination{49, 0x1200}));
     QCOMPARE(presses, 11);
+}
+
+void TestGlobalHotKey::combinationsOthersHold_data()
+{
+    QTest::addColumn<QList<SimShortcut>>("holders"); // in the order they registered
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<int>("presses"); // what a press of Control-Option-Space does here
+    QTest::addColumn<QList<int>>("reached"); // the holders a press reaches, by place
+    const QString space = u"Space"_s;
+    const QString controlOption = u"controlOption"_s;
+    QTest::newRow("shared")
+        << QList{held(space, controlOption, u"Clipjar"_s), held(space, controlOption, {})}
+        << registeredLine << 1 << QList{0, 1};
+    QTest::newRow("held exclusively")
+        << QList{held(space, controlOption, u"Clipjar"_s, true), held(space, controlOption, {})}
+        << registeredLine << 0 << QList{0};
+    QTest::newRow("another combination held")
+        << QList{held(u"B"_s, u"controlShift"_s, u"Clipjar"_s, true)} << registeredLine << 1
+        << QList<int>();
+    QTest::newRow("refused as the scenario says")
+        << QList{held(space, controlOption, {}, false, HotKeyService::hotKeyExists)} << takenLine
+        << 0 << QList{0};
+    QTest::newRow("refused with another status")
+        << QList{held(space, controlOption, u"Clipjar"_s, true, -50)}
+        << u"No se pudo registrar el atajo (-50). Puede estar ocupado; cambia la combinación o "
+           u"desactívalo."_s
+        << 0 << QList{0};
+}
+
+// Registered without options, as Tuckaway registers, a combination is shared with the other
+// applications that hold it, and an exclusive holder keeps every press to itself.
+void TestGlobalHotKey::combinationsOthersHold()
+{
+    QFETCH(QList<SimShortcut>, holders);
+    QFETCH(QString, line);
+    QFETCH(int, presses);
+    QFETCH(QList<int>, reached);
+    SimHotKeyService service;
+    service.setTakenShortcuts(holders);
+    GlobalHotKey hotKey(service);
+    int pressed = 0;
+    QCOMPARE(hotKey.configure(shortcut(u"Space"_s, u"controlOption"_s), [&] { ++pressed; }), line);
+    const Combination controlOptionSpace{49, 0x1800};
+    QCOMPARE(service.press(controlOptionSpace), presses == 1);
+    QCOMPARE(pressed, presses);
+    QList<int> places;
+    for (const SimHotKeyService::Holder& holder : service.holdersReached(controlOptionSpace))
+        places << holder.place;
+    QCOMPARE(places, reached);
 }
 
 QTEST_GUILESS_MAIN(TestGlobalHotKey)

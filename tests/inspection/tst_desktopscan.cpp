@@ -124,7 +124,7 @@ void TestDesktopScan::permissionWithdrawnMidWalkFailsTheRestOfIt()
     SimAccessibility& accessibility = platform->simulatedAccessibility();
     // Its application element, its bar (element, role, children), its item's role and title.
     accessibility.holdAnswersWhen(
-        [requests = 0](qint32 pid) mutable { return pid == 8002 && ++requests == 7; });
+        [requests = 0](qint32 pid) mutable { return pid == 8002 && ++requests == 6; });
     Inspector inspector(accessibility, platform->workspace(), platform->time());
     bool done = false;
     inspector.scan([&] { done = true; });
@@ -146,7 +146,7 @@ void TestDesktopScan::permissionWithdrawnMidWalkFailsTheRestOfIt()
     QVERIFY(lines.at(5).startsWith(u"Detectados: 2."_s));
 }
 
-// The first application answers one whole scan (ten requests for its one item) and hangs;
+// The first application answers one whole scan (seven requests for its one item) and hangs;
 // every later scan pays one messaging timeout for it and finds nothing, until it recovers.
 void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
 {
@@ -159,7 +159,7 @@ void TestDesktopScan::aHungApplicationStaysHungUntilItRecovers()
     for (const qint32 pid : {7001, 7002}) {
         SimApplication app;
         app.pid = pid;
-        app.answersBeforeHanging = pid == 7001 ? std::optional<qint64>(10) : std::nullopt;
+        app.answersBeforeHanging = pid == 7001 ? std::optional<qint64>(7) : std::nullopt;
         app.items = {item};
         scenario.applications.append(app);
         apps.append({pid, std::nullopt, std::nullopt});

@@ -2,7 +2,9 @@
 #include "core/Time.h"
 #include "core/UserDefaults.h"
 #include "inspection/Accessibility.h"
+#include "platform/sim/SimAccessibility.h"
 #include "platform/sim/SimDesktop.h"
+#include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "sim/ScenarioFixture.h"
 
@@ -135,15 +137,21 @@ class TestSimDesktop : public QObject {
 private Q_SLOTS:
     void laysOutRightToLeftWithoutHiddenItems();
     void placeIsClampedRememberedAndMovedByDragging();
+    void givenFrameStandsUntilMoved();
     void launchedAndQuitApplications();
     void barRemembersWhereItemsStood_data();
     void barRemembersWhereItemsStood();
     void requestsCostTheDelayOrTheTimeout_data();
     void requestsCostTheDelayOrTheTimeout();
+    void severalAttributesAreOneRoundTrip_data();
+    void severalAttributesAreOneRoundTrip();
+    void requestsAtOnceCostTheDesktopsCost();
     void itemsAnswerFromTheirTree();
     void requestsAnswerAsTheDesktopIsWhenTheyAreMade_data();
     void requestsAnswerAsTheDesktopIsWhenTheyAreMade();
     void readsOnAnotherThreadWhileTheBarChanges();
+    void barFollowsThePrimaryScreen_data();
+    void barFollowsThePrimaryScreen();
 };
 
 void TestSimDesktop::laysOutRightToLeftWithoutHiddenItems()
@@ -189,6 +197,21 @@ void TestSimDesktop::placeIsClampedRememberedAndMovedByDragging()
     QCOMPARE(desktop.statusItemFrame()->x, 962.0);
     desktop.moveStatusItem(-5);
     QCOMPARE(desktop.statusItemPlace(), 4);
+}
+
+// A scenario's frame for Tuckaway's icon is where it stands, to the bit, while the bar lays
+// the others out as though it stood leftmost; a drag lays it out again.
+void TestSimDesktop::givenFrameStandsUntilMoved()
+{
+    QByteArray json = barScenario;
+    json.replace(R"("place": 1)",
+                 R"("frame": {"x": 950.75, "y": 0.5, "width": 30.25, "height": 23.5})");
+    SimDesktop desktop(scenario(json));
+    QCOMPARE(barLefts(desktop), (QList<double>{982, 962, 922, 917, 950.75}));
+    QCOMPARE(desktop.statusItemFrame(), std::optional<Rect>(Rect{950.75, 0.5, 30.25, 23.5}));
+    desktop.moveStatusItem(960);
+    QCOMPARE(desktop.statusItemPlace(), 2);
+    QCOMPARE(desktop.statusItemFrame(), std::optional<Rect>(Rect{932, 0, 30, 24}));
 }
 
 void TestSimDesktop::launchedAndQuitApplications()
@@ -281,6 +304,67 @@ void TestSimDesktop::requestsCostTheDelayOrTheTimeout()
     QCOMPARE(bar.error, error);
     QCOMPARE(bar.kind, error ? AXAttribute::Kind::Nothing : AXAttribute::Kind::Element);
     QCOMPARE(platform->time().now() - start, cost);
+}
+
+// Asked at once, an element's attributes each keep their own answer, as asked one by one;
+// the request is one round trip, counted at the application's cost, and one that is not
+// answered fails every attribute.
+void TestSimDesktop::severalAttributesAreOneRoundTrip_data()
+{
+    QTest::addColumn<qint32>("pid");
+    QTest::addColumn<double>("timeout"); // 0: not set, the system's default
+    QTest::addColumn<quint64>("answered");
+    QTest::addColumn<double>("cost");
+    QTest::newRow("answered") << 22 << 0.0 << quint64(1) << 0.05;
+    QTest::newRow("slow") << 20 << 0.0 << quint64(1) << 0.5;
+    QTest::newRow("slow, short timeout") << 20 << 0.08 << quint64(0) << 0.08;
+    QTest::newRow("stuck") << 21 << 0.0 << quint64(0) << 6.0;
+}
+
+void TestSimDesktop::severalAttributesAreOneRoundTrip()
+{
+    QFETCH(qint32, pid);
+    QFETCH(double, timeout);
+    QFETCH(quint64, answered);
+    QFETCH(double, cost);
+    auto platform = SimPlatform::forTests(scenario(accessibilityScenario));
+    SimAccessibility& ax = platform->simulatedAccessibility();
+    const AXElementRef app = ax.applicationElement(pid);
+    const QStringList names{u"AXRole"_s, u"AXTitle"_s, u"AXExtrasMenuBar"_s, u"AXSize"_s};
+    QList<AXAttribute> one;
+    for (const QString& name : names)
+        one << ax.attribute(app, name);
+    if (timeout > 0.0)
+        ax.setMessagingTimeout(app, timeout);
+    ax.resetRoundTrips();
+    const QList<AXAttribute> all = ax.attributes(app, names);
+    QCOMPARE(all.size(), names.size());
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        const qint32 expected = answered ? one[i].error : AXResult::cannotComplete;
+        QCOMPARE(all[i].error, expected);
+        QCOMPARE(all[i].kind, answered ? one[i].kind : AXAttribute::Kind::Nothing);
+    }
+    const SimAccessibility::RoundTrips trips = ax.roundTrips();
+    QCOMPARE(trips.requests, quint64(1));
+    QCOMPARE(trips.answered, answered);
+    QCOMPARE(trips.seconds, cost);
+}
+
+// At an application that answers at once, a request is counted at the desktop's cost per
+// request, and the virtual clock does not move.
+void TestSimDesktop::requestsAtOnceCostTheDesktopsCost()
+{
+    SimScenario answersAtOnce = scenario(accessibilityScenario);
+    answersAtOnce.requestCost = 0.003;
+    answersAtOnce.applications[2].responseDelay = 0.0;
+    auto platform = SimPlatform::forTests(std::move(answersAtOnce));
+    SimAccessibility& ax = platform->simulatedAccessibility();
+    const AXElementRef app = ax.applicationElement(22);
+    ax.attributes(app, {u"AXRole"_s, u"AXExtrasMenuBar"_s});
+    ax.attribute(app, u"AXTitle"_s);
+    QCOMPARE(ax.roundTrips().requests, quint64(2));
+    QCOMPARE(ax.roundTrips().seconds, 0.006);
+    QCOMPARE(platform->time().now(), 0.0);
 }
 
 // Odd items are read end to end from the built-in desktop in tst_desktopscan; here, where a
@@ -393,6 +477,54 @@ void TestSimDesktop::readsOnAnotherThreadWhileTheBarChanges()
         platform->desktop().setStatusItemPlace(i % 5);
     }
     reader.join();
+}
+
+void TestSimDesktop::barFollowsThePrimaryScreen_data()
+{
+    QTest::addColumn<QList<SimScreen>>("screens");
+    QTest::addColumn<std::optional<Rect>>("icon"); // accessibility space
+    QTest::addColumn<Rect>("iconOnScreen");        // screen space
+    const auto screen = [](double x, double y, double width, double height) {
+        return SimScreen{Rect{x, y, width, height}, Rect{x, y, width, height - 24}};
+    };
+    // Right edge 1400 - 8: 10.0 [1382, 1392], Tuckaway [1352, 1382].
+    QTest::newRow("a wider primary")
+        << QList{screen(0, 0, 1400, 900)} << std::optional(Rect{1352, 0, 30, 24})
+        << Rect{1352, 876, 30, 24};
+    // The primary is another screen, whose origin is the origin of both spaces.
+    QTest::newRow("another primary, the first one left of it")
+        << QList{screen(0, 0, 800, 500), screen(-1000, 100, 1000, 700)}
+        << std::optional(Rect{752, 0, 30, 24}) << Rect{752, 476, 30, 24};
+    QTest::newRow("no screen") << QList<SimScreen>() << std::optional<Rect>() << Rect();
+}
+
+// The bar lays out on the primary screen of the moment; without a screen no item stands
+// anywhere, their frames cannot be read and a drag has nowhere to drop.
+void TestSimDesktop::barFollowsThePrimaryScreen()
+{
+    QFETCH(QList<SimScreen>, screens);
+    QFETCH(std::optional<Rect>, icon);
+    QFETCH(Rect, iconOnScreen);
+    auto platform = SimPlatform::forTests(scenario(barScenario));
+    SimDesktop& desktop = platform->desktop();
+    SimDesktopServices& services = platform->simulatedDesktopServices();
+    QSignalSpy bar(&desktop, &SimDesktop::menuBarChanged);
+    QSignalSpy told(&services, &DesktopServices::screenParametersChanged);
+    services.changeScreens(screens);
+    QCOMPARE(bar.size(), 1);
+    QCOMPARE(told.size(), 1);
+    QCOMPARE(services.screens().size(), screens.size());
+    QCOMPARE(desktop.statusItemFrame(), icon);
+    QCOMPARE(desktop.visibleMenuBarItems().isEmpty(), screens.isEmpty());
+    if (icon)
+        QCOMPARE(desktop.toScreenSpace(*icon), iconOnScreen);
+    Accessibility& ax = platform->accessibility();
+    QCOMPARE(ax.attribute(extrasItem(ax, 10, 0), u"AXPosition"_s).error,
+             screens.isEmpty() ? AXResult::noValue : AXResult::success);
+    desktop.moveStatusItem(0);
+    QCOMPARE(desktop.statusItemPlace(), screens.isEmpty() ? 1 : 4);
+    QCOMPARE(desktop.toAccessibilitySpace(desktop.toScreenSpace(Rect{1, 2, 3, 4})),
+             (Rect{1, 2, 3, 4}));
 }
 
 QTEST_GUILESS_MAIN(TestSimDesktop)

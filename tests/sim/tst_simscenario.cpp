@@ -1,5 +1,6 @@
 #include "hotkey/GlobalHotKey.h"
 #include "inspection/Workspace.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
 
@@ -42,6 +43,12 @@ void TestSimScenario::refusesBadContent_data()
     row("fractional pid", R"({"apps": [{"pid": 1.5}]})",
         u"apps[0].pid: must be a whole number from 1 to 2147483647"_s);
     row("missing pid", R"({"apps": [{"name": "x"}]})", u"apps[0].pid: is required"_s);
+    row("negative request cost", R"({"requestCost": -0.001})",
+        u"requestCost: must not be negative"_s);
+    row("request cost past an hour", R"({"requestCost": 3601})",
+        u"requestCost: must be at most 3600"_s);
+    row("request cost as text", R"({"requestCost": "0.2ms"})",
+        u"requestCost: must be a number"_s);
     row("misspelt key", R"({"apps": [{"pid": 1, "items": [{"titel": "x"}]}]})",
         u"apps[0].items[0].titel: unknown key"_s);
     row("frame with position",
@@ -57,8 +64,58 @@ void TestSimScenario::refusesBadContent_data()
         u"apps[0].items[0].pressResult: must be a whole number from -2147483648 to 2147483647"_s);
     row("press a day late", R"({"apps": [{"pid": 1, "items": [{"pressDelay": 86400}]}]})",
         u"apps[0].items[0].pressDelay: must be at most 3600"_s);
+    row("screen list kept for the system", R"({"screenSets": {"none": []}})",
+        u"screenSets.none: is a name kept for the system's own screen events"_s);
+    row("screen list's name", R"({"screenSets": {"Docked 2": []}})",
+        u"screenSets.Docked 2: a name is a lowercase letter and at most 31 more lowercase "
+        u"letters, digits or hyphens"_s);
+    row("screen list not a list", R"({"screenSets": {"docked": {}}})",
+        u"screenSets.docked: must be a list"_s);
+    row("flat screen in a list",
+        R"({"screenSets": {"docked": [{"frame": {"x": 0, "y": 0, "width": 0, "height": 9}}]}})",
+        u"screenSets.docked[0].frame.width: must be greater than 0"_s);
+    row("exclusive over a holder",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift"}, {"key": "M", )"
+        R"("modifiers": "controlShift"}, {"key": "B", "modifiers": "controlShift", "exclusive": true}]})",
+        u"takenShortcuts[2].exclusive: controlShift B is already held, and the system refuses an "
+        u"exclusive registration of a held combination"_s);
+    row("fractional status",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "registerStatus": -1.5}]})",
+        u"takenShortcuts[0].registerStatus: must be a whole number from -2147483648 to 2147483647"_s);
+    row("holder without a name",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "holder": 7}]})",
+        u"takenShortcuts[0].holder: must be a string or null"_s);
+    row("holder's long name",
+        R"({"takenShortcuts": [{"key": "B", "modifiers": "controlShift", "holder": ")" +
+            QByteArray(256, 'x') + R"("}]})",
+        u"takenShortcuts[0].holder: must be at most 255 characters"_s);
+    row("login item status", R"({"loginItem": {"status": "approved"}})",
+        u"loginItem.status: must be one of notRegistered, requiresApproval, enabled"_s);
+    row("login item enabled though switched off",
+        R"({"loginItem": {"status": "enabled", "switchedOff": true}})",
+        u"loginItem.status: cannot be enabled while switched off in System Settings"_s);
+    row("Tuckaway's bundle", R"({"tuckaway": {"bundle": 7}})",
+        u"tuckaway.bundle: must be a string or null"_s);
+    row("Tuckaway's long bundle", R"({"tuckaway": {"bundle": ")" + QByteArray(2049, 'a') + "\"}}",
+        u"tuckaway.bundle: must be at most 2048 characters"_s);
     row("Tuckaway's pid taken", R"({"apps": [{"pid": 5}], "tuckaway": {"pid": 5}})",
         u"tuckaway.pid: 5 is already the pid of apps[0]"_s);
+    row("Tuckaway's frame and place",
+        R"({"tuckaway": {"place": 0, "frame": {"x": 900, "y": 0, "width": 30, "height": 24}}})",
+        u"tuckaway.frame: cannot be given together with place"_s);
+    row("Tuckaway's frame without extent",
+        R"({"tuckaway": {"frame": {"x": 900, "y": 0, "width": 0, "height": 24}}})",
+        u"tuckaway.frame.width: must be greater than 0"_s);
+    row("Tuckaway's frame just off the only screen's right edge",
+        R"({"tuckaway": {"frame": {"x": 1512, "y": 0, "width": 30, "height": 24}}})",
+        u"tuckaway.frame: lies outside every screen"_s);
+    row("Tuckaway's frame just above the primary screen",
+        R"({"tuckaway": {"frame": {"x": 900, "y": -24, "width": 30, "height": 24}}})",
+        u"tuckaway.frame: lies outside every screen"_s);
+    row("Tuckaway's frame and its remembered place",
+        R"({"tuckaway": {"frame": {"x": 900, "y": 0, "width": 30, "height": 24}}, )"
+        R"("remembered": [{"autosaveName": "Tuckaway.main"}]})",
+        u"tuckaway.frame: cannot be given when remembered holds Tuckaway.main"_s);
     row("repeated key, escaped", R"({"trusted": true, "tru\u0073ted": false})",
         u"trusted: appears more than once"_s);
     row("screen too wide",
@@ -101,6 +158,19 @@ void TestSimScenario::refusesBadContent_data()
     row("remembered past the elements",
         items + QByteArray("{},").repeated(99998) + R"({}]}], "remembered": [{"pid": 1}]})",
         u"remembered[0]: more than 100000 elements in the file"_s);
+    row("17 lists of screens",
+        R"({"screenSets": {"a": [], "b": [], "c": [], "d": [], "e": [], "f": [], "g": [], )"
+        R"("h": [], "i": [], "j": [], "k": [], "l": [], "m": [], "n": [], "o": [], "p": [], )"
+        R"("q": []}})",
+        u"screenSets: must hold at most 16 lists of screens"_s);
+    row("17 screens in a list",
+        R"({"screenSets": {"wall": [)" + screen.repeated(16) + screen.chopped(1) + "]}}",
+        u"screenSets.wall: must hold at most 16 screens"_s);
+    row("65 taken shortcuts",
+        R"({"takenShortcuts": [)" +
+            QByteArray(R"({"key": "B", "modifiers": "controlShift"},)").repeated(64) +
+            R"({"key": "B", "modifiers": "controlShift"}]})",
+        u"takenShortcuts: must hold at most 64 shortcuts"_s);
     row("17 screens", R"({"screens": [)" + screen.repeated(16) + screen.chopped(1) + "]}",
         u"screens: must hold at most 16 screens"_s);
 }
@@ -147,11 +217,15 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     const QByteArray json = R"json({
         "osVersion": "Version 26.1 (Build 26B50)", "trusted": false,
         "screens": [{"frame": {"x": 0, "y": 0, "width": 1000, "height": 700}}],
-        "tuckaway": {"pid": 99, "place": 1},
+        "screenSets": {"lid-closed": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 500}}],
+                       "blank": []},
+        "tuckaway": {"pid": 99, "place": 1, "bundle": null},
         "framework": {"present": true, "answer": "exception", "exceptionName": "NSInvalidArgumentException",
                       "exceptionReason": "bad list", "delay": 0.5},
-        "takenShortcuts": [{"key": "Space", "modifiers": "controlOption"}],
-        "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted"},
+        "takenShortcuts": [{"key": "Space", "modifiers": "controlOption", "registerStatus": -9878},
+                           {"key": "M", "modifiers": "controlShift", "holder": "Clipjar", "exclusive": true}],
+        "loginItem": {"requiresApproval": true, "registerError": "Operation not permitted",
+                      "status": "requiresApproval", "switchedOff": true},
         "apps": [{"pid": 5, "bundle": "com.example.a", "items": [
             {"title": null, "description": "D", "position": {"x": 3, "y": 4}}]}],
         "remembered": [{"bundle": "com.example.b", "item": 2}, {"pid": 7}, {"bundle": "com.example.a"}]
@@ -162,11 +236,17 @@ void TestSimScenario::readsEveryPartOfTheFormat()
     QCOMPARE(s.operatingSystemVersion, u"Version 26.1 (Build 26B50)"_s);
     QVERIFY(!s.trusted);
     QCOMPARE(s.screens.first().visibleFrame, (Rect{0, 0, 1000, 676}));
+    QCOMPARE(s.screenSets.size(), 2); // by name
+    QCOMPARE(s.screenSets.at(0).name, u"blank"_s);
+    QVERIFY(s.screenSets.at(0).screens.isEmpty());
+    QCOMPARE(s.screenSets.at(1).screens.first().visibleFrame, (Rect{0, 0, 800, 476}));
     QCOMPARE(s.framework.answer, SimFrameworkBehaviour::Answer::Exception);
     QCOMPARE(s.framework.exceptionReason, u"bad list"_s);
     QCOMPARE(s.framework.delaySeconds, 0.5);
     QVERIFY(s.loginItem.requiresApproval);
     QCOMPARE(s.loginItem.registerFailure->description, u"Operation not permitted"_s);
+    QCOMPARE(s.loginItem.registration, LoginItemService::Status::RequiresApproval);
+    QVERIFY(s.loginItem.switchedOff);
     const SimElement& item = s.applications.first().items.first();
     QCOMPARE(item.title.kind, SimText::Kind::Absent);
     QCOMPARE(item.description.string, u"D"_s);
@@ -176,11 +256,19 @@ void TestSimScenario::readsEveryPartOfTheFormat()
                                              {Kind::Process, QString(), 7, 0},
                                              {Kind::Bundle, u"com.example.a"_s, 0, 0}}));
 
-    // A platform on it: this process, and the shortcut another application holds.
+    QCOMPARE(s.takenShortcuts.at(1).holder, u"Clipjar"_s);
+    QVERIFY(s.takenShortcuts.at(1).exclusive);
+
+    // A platform on it: this process; the shortcuts other applications hold, one refused
+    // as the file says, one shared as a registration without options is.
     const auto platform = SimPlatform::forTests(std::move(result).value());
     QCOMPARE(platform->workspace().currentProcessId(), 99);
+    QCOMPARE(platform->workspace().mainBundleIdentifier(), std::nullopt); // outside a bundle
+    QCOMPARE(platform->desktop().application(99)->bundleIdentifier, std::nullopt);
     QCOMPARE(platform->hotKeys().registerHotKey(49, 0x1800, GlobalHotKey::identifier).status,
              HotKeyService::hotKeyExists);
+    QCOMPARE(platform->hotKeys().registerHotKey(46, 0x1200, GlobalHotKey::identifier).status,
+             HotKeyService::noError);
 
     // Without "tuckaway", this process takes a pid no application has, even past the last.
     const auto highest = SimScenarioLoader::parse(

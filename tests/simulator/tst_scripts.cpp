@@ -73,6 +73,10 @@ private Q_SLOTS:
     void readerRefuses_data();
     void readerRefuses();
     void readerSpelling();
+    void readerCorners_data();
+    void readerCorners();
+    void expectationsFailOnAnswersCloseToTheRightOnes_data();
+    void expectationsFailOnAnswersCloseToTheRightOnes();
 };
 
 void TestScripts::scriptsThroughTheProgram_data()
@@ -84,10 +88,16 @@ void TestScripts::scriptsThroughTheProgram_data()
     QTest::addColumn<QString>("scenario");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("error");
+    QTest::addColumn<QStringList>("printed"); // lines the session prints, times left out
     const auto row = [](const char* name, const QString& file, int exitCode,
                         const QString& error = {}, const QString& scenario = u"bar.json"_s,
                         const QString& option = u"--script"_s) {
-        QTest::newRow(name) << file << option << scenario << exitCode << error;
+        QTest::newRow(name) << file << option << scenario << exitCode << error << QStringList();
+    };
+    // A script that plays to its end and prints what the simulated system did.
+    const auto shows = [](const char* name, const QString& file, const QString& scenario,
+                          const QStringList& printed) {
+        QTest::newRow(name) << file << u"--script"_s << scenario << 0 << QString() << printed;
     };
     row("collapse cycle", u"collapse.script"_s, 0);
     row("why each application stays or goes", u"reasons.script"_s, 0, {}, u"reasons.json"_s);
@@ -98,6 +108,23 @@ void TestScripts::scriptsThroughTheProgram_data()
         u"remembered.json"_s);
     row("what a scan meets on its way", u"midscan.script"_s, 0);
     row("one hidden icon reached, refused, gone", u"reveal.script"_s, 0, {}, u"reveal.json"_s);
+    shows("screens changing", u"screens.script"_s, u"system.json"_s,
+          {u"Pantallas: 800 × 600 @ 0,0 · 1000 × 600 @ -1000,0"_s, u"Pantallas: ninguna"_s,
+           u"Aviso: Aún no se puede leer la posición del separador."_s,
+           u"Pantallas: 1200 × 800 @ 0,0 · 800 × 600 @ 1200,0"_s});
+    shows("launch at login changed in System Settings", u"login.script"_s, u"system.json"_s,
+          {u"Inicio de sesión según el sistema: requiere aprobación"_s,
+           u"Aviso: Operation not permitted"_s,
+           u"Inicio de sesión según el sistema: activado"_s});
+    shows("outside an application bundle", u"unbundled.script"_s, u"unbundled.json"_s,
+          {u"Estado: Ejecuta el bundle de la aplicación."_s,
+           u"Otra copia de Tuckaway no ha encontrado esta, que no tiene identificador de "
+           u"bundle, y se ha abierto a su lado; el escritorio simulado la cierra enseguida."_s});
+    row("screens the desktop does not name", u"screens.script"_s, 2,
+        u"screens.script:6: the scenario names no list of screens \"external\""_s);
+    shows("a shortcut others hold", u"shortcut.script"_s, u"system.json"_s,
+          {u"También ha respondido al atajo: Clipjar, takenShortcuts[1]."_s,
+           u"Atajo: Atajo registrado. No se solicita monitorización de entrada."_s});
     row("failed expectation", u"failing.script"_s, 1,
         u"failing.script:6: expected state shown, got state hidden"_s);
     row("unreadable line", u"unreadable.script"_s, 2,
@@ -124,6 +151,7 @@ void TestScripts::scriptsThroughTheProgram()
     QFETCH(QString, scenario);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
+    QFETCH(QStringList, printed);
     QTemporaryDir directory;
     const QString path = name.endsWith(u".script"_s) ? script(name) : directory.filePath(name);
     if (name == u"directory")
@@ -144,6 +172,11 @@ void TestScripts::scriptsThroughTheProgram()
                  path.left(path.lastIndexOf(u'/') + 1) + error);
     if (exitCode == 0)
         QCOMPARE(runProgram(arguments).out, run.out);
+    QStringList lines = QString::fromUtf8(run.out).split(u'\n');
+    for (QString& line : lines)
+        line = line.section(u"] "_s, 1);
+    for (const QString& line : std::as_const(printed))
+        QVERIFY2(lines.contains(line), qPrintable(line + u"\n\n"_s + run.out));
     QVERIFY(name != u"directory" || QFileInfo(path + u"/inside"_s).isDir());
 }
 
@@ -168,6 +201,8 @@ void TestScripts::exportedDesktopReplaysTheSameScan_data()
         << QStringList{u"--scenario"_s, script(u"reasons.json"_s)} << u"no-frame"_s;
     QTest::newRow("icons in the order the bar remembers, not the launch order")
         << QStringList{u"--scenario"_s, script(u"remembered.json"_s)} << u"both-sides"_s;
+    QTest::newRow("an icon ending exactly at Tuckaway's left edge, fractions, odd texts")
+        << QStringList{u"--scenario"_s, script(u"edge.json"_s)} << u"hidden"_s;
 }
 
 void TestScripts::exportedDesktopReplaysTheSameScan()
@@ -221,6 +256,9 @@ void TestScripts::readerRefuses_data()
     row("negative wait", "wait -1", 1, u"wait: SECONDS must be a number from 0 to 3600"_s);
     row("waits too long in all", QByteArray("wait 3600\n").repeated(25), 25,
         u"the script waits more than 86400 seconds in all"_s);
+    row("serving counts as waiting", QByteArray("serve 3600\nwait 3600\n").repeated(13), 25,
+        u"the script waits more than 86400 seconds in all"_s);
+    row("serve by a word", "serve forever", 1, u"serve: SECONDS must be a number from 0 to 3600"_s);
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
@@ -229,6 +267,21 @@ void TestScripts::readerRefuses_data()
     row("drag by a word", "drag left", 1, u"drag: X must be a number between -1e+06 and 1e+06"_s);
     row("permission at no application", "permission off at", 1,
         u"permission: takes on|off, or on|off at APP"_s);
+    row("login item status", "expect login-item approved", 1,
+        u"expect login-item: the status must be enabled|requires-approval|not-registered|"
+        u"not-found, not \"approved\""_s);
+    row("login switch", "login yes", 1, u"login: the switch must be on|off, not \"yes\""_s);
+    row("screens: nothing said", "screens", 1,
+        u"screens: takes sleep, change, none, the name of a list of screens or the screens"_s);
+    row("screens: a name in capitals", "click\nscreens Docked", 2,
+        u"screens: \"Docked\" is none of sleep, change, none, the name of a list of screens, "
+        u"WIDTHxHEIGHT or WIDTHxHEIGHT@X,Y"_s);
+    row("screens: a flat one", "screens 800x600 1000x0@800,0", 1,
+        u"screens: a screen's width and height must be above 0 and at most 16384"_s);
+    row("screens: far away", "screens 800x600@2000000,0", 1,
+        u"screens: X and Y must be numbers between -1000000 and 1000000"_s);
+    row("screens: seventeen", "screens" + QByteArray(" 9x9").repeated(17), 1,
+        u"screens: at most 16 screens"_s);
 }
 
 void TestScripts::readerRefuses()
@@ -256,6 +309,82 @@ void TestScripts::readerSpelling()
     QCOMPARE(steps.at(2).command, u"expect settings"_s);
     QVERIFY(steps.at(2).isExpectation());
     QCOMPARE(steps.at(3).line, 6);
+}
+
+// After a collapse on bar.json, each kind of expectation given an answer one step from the
+// right one: the session ends with exit code 1 at that line, never passes it.
+void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes_data()
+{
+    QTest::addColumn<QByteArray>("expectation");
+    QTest::newRow("hidden, one missing")
+        << QByteArray("expect hidden com.example.charlie com.example.bravo");
+    QTest::newRow("hidden, one too many") << QByteArray(
+        "expect hidden com.example.charlie com.example.bravo pid:14 com.example.delta");
+    QTest::newRow("hidden, none") << QByteArray("expect hidden");
+    QTest::newRow("state, the one before") << QByteArray("expect state requesting");
+    QTest::newRow("reason, its neighbour's")
+        << QByteArray("expect reason com.example.delta hidden");
+    QTest::newRow("notice without its full stop")
+        << QByteArray("expect notice \"Configuración aplicada\"");
+    QTest::newRow("message, one letter off")
+        << QByteArray("expect message \"Apps ocultas. Pulsa la flecha para mostrar todos.\"");
+    QTest::newRow("settings open while closed") << QByteArray("expect settings open");
+}
+
+void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
+{
+    QFETCH(QByteArray, expectation);
+    QTemporaryDir directory;
+    QFile file(directory.filePath(u"close.script"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("click\nwait 1\n" + expectation + "\n");
+    file.close();
+    const Run run =
+        runProgram({u"--scenario"_s, script(u"bar.json"_s), u"--script"_s, file.fileName()});
+    QVERIFY2(run.exitCode == 1, run.out + run.errors);
+    QVERIFY2(QString::fromUtf8(run.errors)
+                 .trimmed()
+                 .section(u'\n', -1)
+                 .startsWith(file.fileName() + u":3: expected"_s),
+             run.errors);
+}
+
+// The line reader at the corners of its grammar: a "#" in quotes is text, quotes hold blanks
+// and nothing, a quote left open is refused at its line.
+void TestScripts::readerCorners_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("arguments"); // of the only step; empty with an error line
+    QTest::addColumn<int>("errorLine");
+    QTest::newRow("a # in quotes")
+        << QByteArray("\nexpect notice \"a # b\"") << QStringList{u"a # b"_s} << 0;
+    QTest::newRow("a comment right after quotes")
+        << QByteArray("expect notice \"a\"# b\n") << QStringList{u"a"_s} << 0;
+    QTest::newRow("empty quotes") << QByteArray("expect notice \"\"") << QStringList{QString()}
+                                  << 0;
+    QTest::newRow("blanks kept in quotes")
+        << QByteArray("expect notice \"  two  \"\t") << QStringList{u"  two  "_s} << 0;
+    QTest::newRow("a quote left open")
+        << QByteArray("click\n\nexpect notice \"a\n") << QStringList() << 3;
+}
+
+void TestScripts::readerCorners()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, arguments);
+    QFETCH(int, errorLine);
+    const ScriptOrError read = SessionScript::read(text);
+    if (errorLine > 0) {
+        QVERIFY(std::holds_alternative<ScriptError>(read));
+        QCOMPARE(std::get<ScriptError>(read).line, errorLine);
+        return;
+    }
+    QVERIFY(std::holds_alternative<QList<ScriptStep>>(read));
+    const QList<ScriptStep>& steps = std::get<QList<ScriptStep>>(read);
+    QCOMPARE(steps.size(), 1);
+    QCOMPARE(steps.first().command, u"expect notice"_s);
+    QCOMPARE(steps.first().arguments, arguments);
+    QCOMPARE(steps.first().quoted, QList<bool>{true});
 }
 
 QTEST_GUILESS_MAIN(TestScripts)

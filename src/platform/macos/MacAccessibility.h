@@ -11,6 +11,7 @@ public:
     AXElementRef applicationElement(qint32 pid) override;
     void setMessagingTimeout(const AXElementRef& element, double seconds) override;
     AXAttribute attribute(const AXElementRef& element, const QString& name) override;
+    QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
     qint32 performAction(const AXElementRef& element, const QString& name) override;

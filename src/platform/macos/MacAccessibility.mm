@@ -108,6 +108,44 @@ void translate(CFTypeRef value, AXAttribute& out)
     }
 }
 
+// An array of the names, released when it goes out of scope.
+class CFNames {
+public:
+    explicit CFNames(const QStringList& names)
+        : m_array(CFArrayCreateMutable(kCFAllocatorDefault, names.size(), &kCFTypeArrayCallBacks))
+    {
+        for (const QString& name : names)
+            CFArrayAppendValue(m_array, CFName(name));
+    }
+    ~CFNames() { CFRelease(m_array); }
+    CFNames(const CFNames&) = delete;
+    CFNames& operator=(const CFNames&) = delete;
+    operator CFArrayRef() const { return m_array; }
+
+private:
+    CFMutableArrayRef m_array;
+};
+
+// One entry of a multiple-attribute answer: a value, an error value holding the attribute's
+// own result, or a null where the attribute has none.
+AXAttribute translateEntry(CFTypeRef entry)
+{
+    AXAttribute out;
+    if (!entry || CFGetTypeID(entry) == CFNullGetTypeID()) {
+        out.error = kAXErrorNoValue;
+        return out;
+    }
+    if (CFGetTypeID(entry) == AXValueGetTypeID() &&
+        AXValueGetType(static_cast<AXValueRef>(entry)) == kAXValueTypeAXError) {
+        AXError error = kAXErrorFailure;
+        AXValueGetValue(static_cast<AXValueRef>(entry), kAXValueTypeAXError, &error);
+        out.error = error;
+        return out;
+    }
+    translate(entry, out);
+    return out;
+}
+
 } // namespace
 
 AXElementRef MacAccessibility::applicationElement(qint32 pid)
@@ -137,6 +175,35 @@ AXAttribute MacAccessibility::attribute(const AXElementRef& element, const QStri
     if (value)
         CFRelease(value);
     return result;
+}
+
+// Every attribute keeps its own result: the request does not stop at the first error.
+QList<AXAttribute> MacAccessibility::attributes(const AXElementRef& element,
+                                                const QStringList& names)
+{
+    AXAttribute whole;
+    const AXUIElementRef ref = refOf(element);
+    CFArrayRef values = nullptr;
+    whole.error = ref ? AXUIElementCopyMultipleAttributeValues(
+                                 ref, CFNames(names), AXCopyMultipleAttributeOptions(0), &values)
+                      : kAXErrorIllegalArgument;
+    if (whole.error == kAXErrorSuccess && !values)
+        whole.error = kAXErrorFailure;
+    QList<AXAttribute> answers;
+    answers.reserve(names.size());
+    const CFIndex count = whole.error == kAXErrorSuccess ? CFArrayGetCount(values) : 0;
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        if (i < count) {
+            answers.append(translateEntry(CFArrayGetValueAtIndex(values, CFIndex(i))));
+        } else {
+            answers.append(whole);
+            if (whole.error == kAXErrorSuccess)
+                answers.last().error = kAXErrorFailure;
+        }
+    }
+    if (values)
+        CFRelease(values);
+    return answers;
 }
 
 std::optional<QStringList> MacAccessibility::actionNames(const AXElementRef& element)

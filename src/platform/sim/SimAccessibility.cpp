@@ -8,6 +8,7 @@
 #include <QVarLengthArray>
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <chrono>
 #include <thread>
 
@@ -227,13 +228,32 @@ void spend(TimeSource& time, double seconds)
         std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
+// What the element of a request that reached it answers for one attribute.
+AXAttribute answer(const Request& request, const QString& name)
+{
+    if (request.error != AXResult::success)
+        return failed(request.error);
+    switch (request.element->kind) {
+    case SimAXElement::Kind::Application:
+        return applicationAttribute(request, name);
+    case SimAXElement::Kind::ExtrasMenuBar:
+        return barAttribute(request, name);
+    case SimAXElement::Kind::Item:
+        return itemAttribute(request, name);
+    }
+    return failed(AXResult::failure);
+}
+
 // An application that takes longer than the element's timeout, or has stopped answering,
 // costs the timeout and gives no answer.
-bool answersInTime(TimeSource& time, const SimAXElement& element, const SimApplication& application)
+bool answersInTime(SimAccessibility& ax, TimeSource& time, const SimAXElement& element,
+                   const SimApplication& application, double requestCost)
 {
     const double timeout = element.timeout;
     const bool answers = element.process->answers() && application.responseDelay <= timeout;
-    spend(time, answers ? application.responseDelay : timeout);
+    const double cost = answers ? application.responseDelay : timeout;
+    ax.noteRoundTrip(answers, answers ? std::max(cost, requestCost) : cost);
+    spend(time, cost);
     return answers;
 }
 
@@ -259,7 +279,8 @@ qint32 reach(const SimDesktop& desktop, Request& request)
 
 // Once it has reached the application, the request costs its time, and may be about an item
 // the application no longer has.
-Request send(const SimDesktop& desktop, TimeSource& time, const AXElementRef& element)
+Request send(SimAccessibility& ax, const SimDesktop& desktop, TimeSource& time,
+             const AXElementRef& element)
 {
     Request request;
     request.element = simulated(element);
@@ -267,7 +288,7 @@ Request send(const SimDesktop& desktop, TimeSource& time, const AXElementRef& el
     if (request.error != AXResult::success)
         return request;
     const SimApplication& application = *request.application->application;
-    if (!answersInTime(time, *request.element, application))
+    if (!answersInTime(ax, time, *request.element, application, desktop.requestCost()))
         request.error = AXResult::cannotComplete;
     else if (request.element->kind == SimAXElement::Kind::Item &&
              !(request.item = itemAt(application, request.element->path)))
@@ -347,24 +368,45 @@ void SimAccessibility::setMessagingTimeout(const AXElementRef& element, double s
 AXAttribute SimAccessibility::attribute(const AXElementRef& element, const QString& name)
 {
     waitWhileHeld(element);
-    const Request request = send(m_desktop, m_time, element);
-    if (request.error != AXResult::success)
-        return failed(request.error);
-    switch (request.element->kind) {
-    case SimAXElement::Kind::Application:
-        return applicationAttribute(request, name);
-    case SimAXElement::Kind::ExtrasMenuBar:
-        return barAttribute(request, name);
-    case SimAXElement::Kind::Item:
-        return itemAttribute(request, name);
-    }
-    return failed(AXResult::failure);
+    return answer(send(*this, m_desktop, m_time, element), name);
+}
+
+QList<AXAttribute> SimAccessibility::attributes(const AXElementRef& element,
+                                                const QStringList& names)
+{
+    waitWhileHeld(element);
+    const Request request = send(*this, m_desktop, m_time, element);
+    QList<AXAttribute> answers;
+    answers.reserve(names.size());
+    for (const QString& name : names)
+        answers.append(answer(request, name));
+    return answers;
+}
+
+void SimAccessibility::noteRoundTrip(bool answered, double seconds)
+{
+    ++m_requests;
+    if (answered)
+        ++m_answered;
+    m_nanoseconds += quint64(std::llround(seconds * 1e9));
+}
+
+SimAccessibility::RoundTrips SimAccessibility::roundTrips() const
+{
+    return {m_requests.load(), m_answered.load(), double(m_nanoseconds.load()) / 1e9};
+}
+
+void SimAccessibility::resetRoundTrips()
+{
+    m_requests = 0;
+    m_answered = 0;
+    m_nanoseconds = 0;
 }
 
 std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& element)
 {
     waitWhileHeld(element);
-    const Request request = send(m_desktop, m_time, element);
+    const Request request = send(*this, m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return std::nullopt;
     return request.item ? request.item->actions : QStringList();
@@ -373,7 +415,7 @@ std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& ele
 AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, const QString& name)
 {
     waitWhileHeld(element);
-    const Request request = send(m_desktop, m_time, element);
+    const Request request = send(*this, m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return {request.error, false};
     if (!request.item)
@@ -388,7 +430,7 @@ AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, co
 qint32 SimAccessibility::performAction(const AXElementRef& element, const QString& name)
 {
     waitWhileHeld(element);
-    const Request request = send(m_desktop, m_time, element);
+    const Request request = send(*this, m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return request.error;
     const SimElement* item = request.item;

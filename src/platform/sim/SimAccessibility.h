@@ -33,6 +33,8 @@ public:
     AXElementRef applicationElement(qint32 pid) override;
     void setMessagingTimeout(const AXElementRef& element, double seconds) override;
     AXAttribute attribute(const AXElementRef& element, const QString& name) override;
+    // One round trip for all of them: a hung application fails it as a whole.
+    QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
     // An item acts on any action it lists, as its scenario says (`pressResult`,
@@ -41,6 +43,19 @@ public:
 
     bool isProcessTrusted() override;
     bool promptForTrust() override;
+
+    // The round trips that reached an application since the last `resetRoundTrips`: how
+    // many, how many of them were answered, and the time they take on a Mac (the desktop's
+    // cost per request, or a slower application's delay, or the timeout of one that did not
+    // answer). The virtual clock is charged only an application's own delay or timeout,
+    // so a scenario's times stay as its delays make them.
+    struct RoundTrips {
+        quint64 requests = 0;
+        quint64 answered = 0;
+        double seconds = 0.0;
+    };
+    RoundTrips roundTrips() const;
+    void resetRoundTrips();
 
     // Given the pid a request goes to (0 for an element that is not a simulated one),
     // whether a walk off the main thread must wait before making it.
@@ -58,6 +73,9 @@ public:
     // Waits up to `timeout` for a walk to wait at the hold now in force; true when one does.
     bool waitForHeldWalk(std::chrono::milliseconds timeout);
 
+    // Counts one round trip that took `seconds`.
+    void noteRoundTrip(bool answered, double seconds);
+
 private:
     void waitWhileHeld(qint32 pid);
     void waitWhileHeld(const AXElementRef& element);
@@ -71,6 +89,9 @@ private:
     quint64 m_holdGeneration = 0; // raised at every change of the hold
     quint64 m_heldGeneration = 0; // the hold the last walk to stop stopped at
     int m_heldWalks = 0;
+    std::atomic<quint64> m_requests{0};
+    std::atomic<quint64> m_answered{0};
+    std::atomic<quint64> m_nanoseconds{0};
 };
 
 } // namespace tk

@@ -59,8 +59,10 @@ SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* pa
         bool ok = false;
         const int remembered =
             m_defaults->string(statusItemDefaultsKey()).value_or(QString()).toInt(&ok);
-        if (ok && remembered >= 0)
+        if (ok && remembered >= 0) {
             placeStatusItem(remembered);
+            m_scenario.statusItemFrame.reset();
+        }
     }
     republish();
 }
@@ -80,7 +82,7 @@ void SimDesktop::addOwnApplication()
         m_scenario.ownPid = freshPid();
     SimApplication own;
     own.pid = m_scenario.ownPid;
-    own.bundleIdentifier = Identity::bundleIdentifier;
+    own.bundleIdentifier = m_scenario.ownBundleIdentifier;
     own.name = Identity::name;
     own.items = {item};
     start(std::make_shared<const SimApplication>(std::move(own)));
@@ -124,6 +126,14 @@ const SimApplication* SimDesktop::application(qint32 pid) const
             return app.get();
     }
     return nullptr;
+}
+
+void SimDesktop::setScreens(QList<SimScreen> screens)
+{
+    m_scenario.screens = std::move(screens);
+    republish();
+    emit screensChanged();
+    emit menuBarChanged();
 }
 
 void SimDesktop::setTrusted(bool trusted)
@@ -263,7 +273,9 @@ QList<SimDesktop::BarItem> SimDesktop::visibleMenuBarItems() const
 
 Rect SimDesktop::menuBarFrame() const
 {
-    const Rect primary = m_scenario.screens.value(0).frame;
+    if (m_scenario.screens.isEmpty())
+        return Rect{};
+    const Rect primary = m_scenario.screens.first().frame;
     return Rect{primary.x, 0.0, primary.width, menuBarHeight};
 }
 
@@ -291,6 +303,7 @@ int SimDesktop::statusItemPlace() const
 
 void SimDesktop::setStatusItemPlace(int place)
 {
+    m_scenario.statusItemFrame.reset();
     placeStatusItem(place);
     rememberStatusItemPlace();
     republish();
@@ -326,6 +339,8 @@ void SimDesktop::rememberStatusItemPlace()
 // hidden items just left of the item it lands beside stay left of it.
 void SimDesktop::moveStatusItem(double x)
 {
+    if (m_scenario.screens.isEmpty())
+        return;
     const Layout& current = m_layout;
     const QHash<SimBarKey, QList<Slot>> running = runningSlots();
     std::optional<SimBarKey> neighbour;
@@ -339,6 +354,7 @@ void SimDesktop::moveStatusItem(double x)
         }
     }
     m_order.placeLeftOf(statusItemKey(), neighbour);
+    m_scenario.statusItemFrame.reset();
     rememberStatusItemPlace();
     republish();
     emit menuBarChanged();
@@ -377,7 +393,9 @@ QHash<SimBarKey, QList<SimDesktop::Slot>> SimDesktop::runningSlots() const
 }
 
 // Right to left from the primary screen's right edge, in the order the bar remembers: items
-// of applications not running leave no gap, nor do hidden items.
+// of applications not running leave no gap, nor do hidden items; without a screen no item
+// has a place. Tuckaway's icon stands where the scenario put it, when it did, until it is
+// moved; it keeps its place in the row.
 SimDesktop::Layout SimDesktop::computeLayout() const
 {
     const QHash<SimBarKey, QList<Slot>> running = runningSlots();
@@ -392,11 +410,15 @@ SimDesktop::Layout SimDesktop::computeLayout() const
     for (const Slot& slot : std::as_const(order)) {
         auto& frames = result.frames[slot.app->pid];
         frames.resize(slot.app->items.size());
+        if (m_scenario.screens.isEmpty())
+            continue;
         if (!allows(*slot.app))
             continue;
         const double width = slot.app->items.at(slot.index).width;
         right -= width;
-        const Rect frame{right, bar.y, width, bar.height};
+        const bool fixed = slot.app == own && m_scenario.statusItemFrame;
+        const Rect frame =
+            fixed ? *m_scenario.statusItemFrame : Rect{right, bar.y, width, bar.height};
         frames[slot.index] = frame;
         result.bar.append({slot.app->pid, slot.index, frame, slot.app == own});
     }

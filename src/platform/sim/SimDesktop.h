@@ -89,11 +89,23 @@ public:
     ~SimDesktop() override;
 
     const QList<SimScreen>& screens() const { return m_scenario.screens; }
+    // The lists of screens the scenario names, which the desktop can change to.
+    const QList<SimScreenSet>& screenSets() const { return m_scenario.screenSets; }
+    // The system's screens change: a new list, perhaps with another primary screen (the
+    // first), perhaps empty for a moment. The bar, and the status item on it, follow the
+    // primary screen; without a screen nothing stands in a bar.
+    void setScreens(QList<SimScreen> screens);
     // Running applications in launch order; this application's own process included.
     QList<SimApplication> applications() const;
     const SimApplication* application(qint32 pid) const;
     qint32 ownPid() const { return m_scenario.ownPid; }
+    // Nothing for a copy that runs outside an application bundle.
+    const std::optional<QString>& ownBundleIdentifier() const
+    {
+        return m_scenario.ownBundleIdentifier;
+    }
     QString operatingSystemVersion() const { return m_scenario.operatingSystemVersion; }
+    double requestCost() const { return m_scenario.requestCost; }
     const QList<SimShortcut>& takenShortcuts() const { return m_scenario.takenShortcuts; }
     const SimLoginItems::Behaviour& loginItemBehaviour() const { return m_scenario.loginItem; }
 
@@ -129,7 +141,7 @@ public:
     bool isApplicationVisible(qint32 pid) const;
     bool isItemVisible(qint32 pid, int index) const;
     QList<BarItem> visibleMenuBarItems() const;
-    // The menu bar of the primary screen, accessibility space.
+    // The menu bar of the primary screen, accessibility space; empty without a screen.
     Rect menuBarFrame() const;
 
     // How many items of running applications stand right of the status item, hidden ones
@@ -138,9 +150,10 @@ public:
     // Puts the status item left of this many items (clamped to the bar); the count is
     // remembered in the user defaults.
     void setStatusItemPlace(int place);
-    // Drops the status item at this accessibility x, as a ⌘-drag does: between two neighbours.
+    // Drops the status item at this accessibility x, as a ⌘-drag does: between two neighbours;
+    // nothing happens without a bar to drop it on.
     void moveStatusItem(double x);
-    // Accessibility space; nothing while an allow-list hides it.
+    // Accessibility space; nothing while an allow-list hides it or no screen shows a bar.
     std::optional<Rect> statusItemFrame() const;
 
     // Between screen space (bottom-left origin, y up) and accessibility space (top-left
@@ -163,6 +176,7 @@ public:
     std::shared_ptr<const SimWorldState> state() const { return std::atomic_load(&m_state); }
 
 signals:
+    void screensChanged();
     void menuBarChanged();
     void applicationLaunched(qint32 pid);
     void applicationTerminated(qint32 pid);

@@ -19,8 +19,6 @@ namespace tk {
 SimDesktopServices::SimDesktopServices(SimDesktop& desktop, QObject* parent)
     : DesktopServices(parent), m_desktop(desktop)
 {
-    for (const SimScreen& screen : m_desktop.screens())
-        m_screens.append({screen.frame, screen.visibleFrame});
     // As on a Mac, launches and quits are told by the list of running applications, which
     // changes for every application, menu-bar-only ones included.
     const auto handOver = [this] {
@@ -43,7 +41,16 @@ void SimDesktopServices::activateApplication(qint32 pid)
 
 QList<ScreenInfo> SimDesktopServices::screens() const
 {
-    return m_screens;
+    QList<ScreenInfo> result;
+    for (const SimScreen& screen : m_desktop.screens())
+        result.append({screen.frame, screen.visibleFrame});
+    return result;
+}
+
+void SimDesktopServices::changeScreens(QList<SimScreen> screens)
+{
+    m_desktop.setScreens(std::move(screens));
+    Q_EMIT screenParametersChanged();
 }
 
 // The user works where windows appear.
@@ -60,9 +67,19 @@ std::unique_ptr<StatusItem> SimDesktopServices::createStatusItem(double length,
 {
     auto item = std::make_unique<SimStatusItem>(m_desktop, length, autosaveName,
                                                 m_statusItemsGetButtons, m_statusItemLayoutTurns);
-    m_statusItem = item.get();
+    m_statusItems.removeIf([](const QPointer<SimStatusItem>& gone) { return gone.isNull(); });
+    m_statusItems.append(item.get());
     ++m_statusItemCount;
     return item;
+}
+
+SimStatusItem* SimDesktopServices::statusItem() const
+{
+    for (auto it = m_statusItems.crbegin(); it != m_statusItems.crend(); ++it) {
+        if (*it)
+            return it->data();
+    }
+    return nullptr;
 }
 
 double SimDesktopServices::primaryTop() const
@@ -134,10 +151,10 @@ QImage SimDesktopServices::bundleIcon(int) const
     return {};
 }
 
-// What the build says, as the bundle's information would.
+// What the build says, as the bundle's information would; a copy outside a bundle has none.
 QString SimDesktopServices::bundleVersion() const
 {
-    return Identity::version;
+    return m_desktop.ownBundleIdentifier() ? Identity::version : QString();
 }
 
 bool SimDesktopServices::isOtherMenuOpen() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/DesktopServices.h"
+#include "platform/sim/SimScenario.h"
 #include "platform/sim/SimStatusItem.h"
 
 #include <QPointer>
@@ -45,7 +46,10 @@ public:
     void setPointerPosition(const QPointF& position) { m_pointer = position; }
     void setMouseButtonPressed(bool pressed) { m_buttonPressed = pressed; }
     void sleepScreens() { Q_EMIT screensDidSleep(); }
+    // A change of screen parameters that leaves the list of screens as it was.
     void changeScreenParameters() { Q_EMIT screenParametersChanged(); }
+    // The screens change to `screens` (perhaps none), and the system says so.
+    void changeScreens(QList<SimScreen> screens);
     void reopen() { Q_EMIT reopenRequested(); }
     // Windows appear on the host's real screens, under its real pointer, as they do when the
     // simulated desktop is shown on a display; the desktop's own screens serve the rest.
@@ -61,8 +65,8 @@ public:
     const QList<qint32>& activatedApplications() const { return m_activated; }
     int selfActivationCount() const { return m_selfActivations; }
     int statusItemCount() const { return m_statusItemCount; }
-    // The last status item created, while it exists.
-    SimStatusItem* statusItem() const { return m_statusItem.data(); }
+    // The newest status item that still exists: a second copy's goes with it.
+    SimStatusItem* statusItem() const;
 
 private:
     // Qt's global coordinates have their origin at the primary screen's top-left, y down:
@@ -70,7 +74,6 @@ private:
     double primaryTop() const;
 
     SimDesktop& m_desktop;
-    QList<ScreenInfo> m_screens; // the simulated screens never change
     QPointF m_pointer;
     bool m_buttonPressed = false;
     bool m_accessory = false;
@@ -80,7 +83,7 @@ private:
     QList<qint32> m_activated;
     int m_selfActivations = 0;
     int m_statusItemCount = 0;
-    QPointer<SimStatusItem> m_statusItem;
+    QList<QPointer<SimStatusItem>> m_statusItems; // in the order they were created
 };
 
 } // namespace tk

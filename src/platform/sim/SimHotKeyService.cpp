@@ -20,10 +20,24 @@ SimHotKeyService::Combination::fromNames(const QString& key, const QString& modi
 void SimHotKeyService::setTakenShortcuts(const QList<SimShortcut>& taken)
 {
     m_taken.clear();
-    for (const SimShortcut& shortcut : taken) {
+    for (qsizetype i = 0; i < taken.size(); ++i) {
+        const SimShortcut& shortcut = taken.at(i);
         if (const auto combination = Combination::fromNames(shortcut.key, shortcut.modifiers))
-            m_taken.append(*combination);
+            m_taken.append({*combination, Holder{int(i), shortcut}});
     }
+}
+
+QList<SimHotKeyService::Holder> SimHotKeyService::holdersReached(Combination combination) const
+{
+    QList<Holder> holders;
+    for (const Holding& held : m_taken) {
+        if (held.combination != combination)
+            continue;
+        if (held.holder.shortcut.exclusive)
+            return {held.holder};
+        holders.append(held.holder);
+    }
+    return holders;
 }
 
 HotKeyService::Answer<HotKeyService::HandlerRef>
@@ -48,8 +62,12 @@ SimHotKeyService::registerHotKey(quint32 keyCode, quint32 modifiers, HotKeyId id
 {
     ++m_operations;
     const Combination combination{keyCode, modifiers};
-    if (isHeld(combination))
+    if (isRegistered(combination))
         return {hotKeyExists, {}};
+    for (const Holding& held : std::as_const(m_taken)) {
+        if (held.combination == combination && held.holder.shortcut.registerStatus != noError)
+            return {held.holder.shortcut.registerStatus, {}};
+    }
     const quintptr ref = m_nextRef++;
     m_hotKeys.emplace(ref, Registration{combination, id});
     return {noError, KeyRef{ref}};
@@ -61,15 +79,17 @@ void SimHotKeyService::unregisterHotKey(KeyRef ref)
     m_hotKeys.erase(quintptr(ref));
 }
 
-bool SimHotKeyService::isHeld(const Combination& combination) const
+bool SimHotKeyService::isRegistered(const Combination& combination) const
 {
-    return m_taken.contains(combination) ||
-           std::any_of(m_hotKeys.begin(), m_hotKeys.end(),
+    return std::any_of(m_hotKeys.begin(), m_hotKeys.end(),
                        [&](const auto& entry) { return entry.second.combination == combination; });
 }
 
 bool SimHotKeyService::press(Combination combination)
 {
+    const QList<Holder> others = holdersReached(combination);
+    if (others.size() == 1 && others.first().shortcut.exclusive)
+        return false;
     const auto match = std::find_if(m_hotKeys.begin(), m_hotKeys.end(), [&](const auto& entry) {
         return entry.second.combination == combination;
     });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hotkey/HotKeyService.h"
+#include "platform/sim/SimScenario.h"
 
 #include <QList>
 #include <QString>
@@ -8,11 +9,10 @@
 
 namespace tk {
 
-struct SimShortcut;
-
-// The simulated system's hot key service. Like the Mac's, it refuses a combination that
-// another application holds, or that this application already registered, with
-// `hotKeyExists`, and it delivers a press only for a hot key of this application.
+// The simulated system's hot key service. Like the Mac's, it refuses a combination that this
+// application already registered with `hotKeyExists`; a combination another application
+// holds is shared, as hot keys registered without options are: a press reaches every holder,
+// this application included, unless one holds it exclusively, which keeps it to itself.
 class SimHotKeyService final : public HotKeyService {
 public:
     struct Combination {
@@ -30,16 +30,25 @@ public:
         HotKeyId id;
     };
 
-    // The shortcuts other applications hold. Names outside the settings record's ones
-    // stand for no combination this application could ask for, and are left out.
+    // The shortcuts other applications hold, in the order they registered them. Names
+    // outside the settings record's ones stand for no combination this application could
+    // ask for, and are left out.
     void setTakenShortcuts(const QList<SimShortcut>& taken);
+    // The other applications a press of `combination` reaches, as the scenario lists them
+    // (its place in the list and what it says of the holder): the exclusive holder alone,
+    // or every holder.
+    struct Holder {
+        int place = 0; // in the scenario's list of taken shortcuts
+        SimShortcut shortcut;
+    };
+    QList<Holder> holdersReached(Combination combination) const;
 
     // Every later installation of a press handler answers `status` (`noError`: succeeds).
     void setInstallStatus(Status status) { m_installStatus = status; }
 
-    // The person presses a combination. When a hot key of this application matches, its
-    // press goes to the installed handlers, newest first, until one handles it. Answers
-    // whether one did.
+    // The person presses a combination. When a hot key of this application matches and no
+    // other application holds the combination exclusively, its press goes to the installed
+    // handlers, newest first, until one handles it. Answers whether one did.
     bool press(Combination combination);
 
     QList<Registration> registrations() const;
@@ -53,10 +62,15 @@ public:
     void unregisterHotKey(KeyRef ref) override;
 
 private:
-    bool isHeld(const Combination& combination) const;
+    struct Holding {
+        Combination combination;
+        Holder holder;
+    };
+
+    bool isRegistered(const Combination& combination) const;
     bool deliver(HotKeyId id); // a copy: a handler may unregister the hot key
 
-    QList<Combination> m_taken;
+    QList<Holding> m_taken;
     Status m_installStatus = noError;
     std::map<quintptr, PressHandler> m_handlers; // keyed by reference: installation order
     std::map<quintptr, Registration> m_hotKeys;

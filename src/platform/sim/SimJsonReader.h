@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Result.h"
+#include "core/ScenarioLimits.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -23,9 +24,9 @@ public:
         PositiveLength, // a screen's width or height: above 0, at most `longestLength`
         Seconds,        // a delay, from 0 to `longestDelay`
     };
-    static constexpr double largestCoordinate = 1'000'000.0;
-    static constexpr double longestLength = 16'384.0;
-    static constexpr double longestDelay = 3'600.0;
+    static constexpr double largestCoordinate = ScenarioLimits::largestCoordinate;
+    static constexpr double longestLength = ScenarioLimits::longestLength;
+    static constexpr double longestDelay = ScenarioLimits::longestDelay;
 
     explicit SimJsonReader(QString fileName) : m_fileName(std::move(fileName)) {}
 

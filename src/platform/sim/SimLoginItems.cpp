@@ -14,6 +14,12 @@ std::optional<Error> SimLoginItems::registerApp()
     if (!m_behaviour.appFound)
         return Error{QStringLiteral("SMAppServiceErrorDomain"), 3,
                      QStringLiteral("The application could not be found.")};
+    // The system keeps the entry, switched off, and refuses to turn it on.
+    if (m_behaviour.switchedOff) {
+        m_status = Status::RequiresApproval;
+        return Error{QStringLiteral("SMAppServiceErrorDomain"), 1,
+                     QStringLiteral("Operation not permitted")};
+    }
     // An approved registration stays approved when registered again.
     if (m_status != Status::Enabled)
         m_status = m_behaviour.requiresApproval ? Status::RequiresApproval : Status::Enabled;
@@ -33,8 +39,16 @@ std::optional<Error> SimLoginItems::unregisterApp()
 
 void SimLoginItems::approve()
 {
+    m_behaviour.switchedOff = false;
     if (m_status == Status::RequiresApproval)
         m_status = Status::Enabled;
+}
+
+void SimLoginItems::switchOff()
+{
+    m_behaviour.switchedOff = true;
+    if (m_status == Status::Enabled)
+        m_status = Status::RequiresApproval;
 }
 
 } // namespace tk

@@ -73,6 +73,11 @@ LoginItemService& SimPlatform::loginItems()
     return *m_services.loginItems;
 }
 
+SimLoginItems* SimPlatform::simulatedLoginItems()
+{
+    return dynamic_cast<SimLoginItems*>(m_services.loginItems.get());
+}
+
 FilePanels& SimPlatform::filePanels()
 {
     return *m_services.filePanels;

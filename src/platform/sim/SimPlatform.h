@@ -8,6 +8,7 @@ class SimAccessibility;
 class SimDesktop;
 class SimDesktopServices;
 class SimHotKeyService;
+class SimLoginItems;
 class SimPrivacySettings;
 class SimVisibilityFramework;
 class SimWorkspace;
@@ -57,6 +58,8 @@ public:
 
     // The simulated hot key service, or null when the host's own serves.
     SimHotKeyService* simulatedHotKeys() { return m_simulatedHotKeys; }
+    // The simulated login item service, or null when the host's own serves.
+    SimLoginItems* simulatedLoginItems();
 
 private:
     Services m_services;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/Identity.h"
 #include "core/Rect.h"
 #include "core/Result.h"
+#include "core/ScenarioLimits.h"
 #include "platform/sim/SimLoginItems.h"
 
 #include <QHashFunctions>
@@ -97,12 +99,34 @@ inline size_t qHash(const SimBarKey& key, size_t seed = 0)
 struct SimScreen {
     Rect frame;
     Rect visibleFrame;
+
+    friend bool operator==(const SimScreen&, const SimScreen&) = default;
+};
+
+// Screens the desktop can change to, named in the scenario. The list may be empty: a Mac
+// briefly has no screen at all while its displays are reconfigured.
+struct SimScreenSet {
+    QString name;
+    QList<SimScreen> screens; // the first is the primary screen
+
+    friend bool operator==(const SimScreenSet&, const SimScreenSet&) = default;
 };
 
 // A shortcut another application already holds, named as the settings record names it.
+// As on a Mac, a holder does not keep this application from registering the same
+// combination (hot keys registered without options are shared: every holder hears a press),
+// unless the scenario says what that registration answers.
 struct SimShortcut {
     QString key;       // "M", "B", "Space"
     QString modifiers; // "controlOptionCommand", "controlOption", "controlShift"
+    // The holding application's name, when the file gives one.
+    std::optional<QString> holder;
+    // Held exclusively: a press reaches the holder alone.
+    bool exclusive = false;
+    // What this application's registration of the combination answers while it is held:
+    // 0, success, as the Mac answers a registration without options; any other status
+    // stands for a registration the system refuses.
+    qint32 registerStatus = 0;
 
     friend bool operator==(const SimShortcut&, const SimShortcut&) = default;
 };
@@ -112,15 +136,24 @@ struct SimScenario {
     // The first is the primary screen; a laptop's built-in display unless a file says otherwise.
     QList<SimScreen> screens{SimScreen{Rect{0, 0, 1512, 982}, Rect{0, 0, 1512, 958}}};
     QList<SimApplication> applications; // in launch order, this application's process excluded
+    QList<SimScreenSet> screenSets;     // by name
     bool trusted = true;
     SimFrameworkBehaviour framework;
     QList<SimShortcut> takenShortcuts;
     SimLoginItems::Behaviour loginItem;
     QString operatingSystemVersion = QStringLiteral("Version 27.0 (Build 27A100)");
+    // Seconds one accessibility round trip takes at an application that answers at once;
+    // an application's own `responseDelay`, when longer, replaces it.
+    double requestCost = 0.0002;
     qint32 ownPid = 1;
+    // This copy's main bundle identifier; nothing for a run outside an application bundle.
+    std::optional<QString> ownBundleIdentifier = Identity::bundleIdentifier;
     // Tuckaway's status item stands left of this many items of the bar (counted from the
     // right, hidden ones included) unless the user defaults remember another place.
     int statusItemPlace = 0;
+    // Accessibility space: Tuckaway's icon stands exactly there, whatever its place, until it
+    // is moved; nothing: the bar lays it out at its place.
+    std::optional<Rect> statusItemFrame;
     // Where the menu bar remembers items stood, right to left, applications not running
     // included. Items of running applications it leaves out follow in launch order, as items
     // the bar has never seen; Tuckaway's, when left out, stands at `statusItemPlace`.
@@ -131,12 +164,15 @@ struct SimScenario {
 // so a cyclic tree cannot be written; sizes are bounded instead. Every key is optional
 // except an application's "pid"; unknown and repeated keys are refused so that a
 // misspelling or a slip shows. Places, sizes and delays are bounded (`SimJsonReader::Range`).
-//   { "osVersion": "...", "trusted": true,
+//   { "osVersion": "...", "trusted": true, "requestCost": 0.0002,
 //     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
-//     "tuckaway": {"pid": 900, "place": 3},
+//     "screenSets": {"laptop": [screen, ...], "docked": [...]},
+//     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null}
+//                 or {"pid": 900, "frame": {"x","y","width","height"}, "bundle": ...},
 //     "framework": {"present": true, "answer": "success|error|exception|none",
 //                   "errorDescription", "exceptionName", "exceptionReason", "delay": 0.1},
-//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand"}],
+//     "takenShortcuts": [{"key": "M", "modifiers": "controlOptionCommand", "holder": "Name",
+//                         "exclusive": false, "registerStatus": 0}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
 //               "answersBeforeHanging": 40, "extrasMenuBar": true, "items": [element, ...]}],
@@ -148,11 +184,17 @@ struct SimScenario {
 // "pressDelay", "children".
 namespace SimScenarioLoader {
 
-constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
-constexpr int maximumElements = 100000; // applications, their elements, remembered places
-constexpr int maximumDepth = 64;        // levels of children below the extras menu bar
-constexpr int maximumScreens = 16;
-constexpr double longestMenuBar = 4'000'000.0; // points: the widths of every bar item together
+constexpr qint64 maximumFileBytes = ScenarioLimits::maximumFileBytes;
+constexpr int maximumElements = ScenarioLimits::maximumElements;
+constexpr int maximumDepth = ScenarioLimits::maximumDepth;
+constexpr int maximumScreens = ScenarioLimits::maximumScreens;
+constexpr double longestMenuBar = ScenarioLimits::longestMenuBar;
+constexpr int maximumScreenSets = 16;
+// Names no screen set takes: "none" is always the empty list, and "sleep" and "change" are
+// the system's other screen events.
+inline const QStringList reservedScreenSetNames{QStringLiteral("none"), QStringLiteral("sleep"),
+                                                QStringLiteral("change")};
+constexpr int maximumTakenShortcuts = 64;
 
 // Fails with "<file>: <place>: <reason>", e.g.
 // "scenario.json: apps[3].items[0].frame.width: must not be negative".

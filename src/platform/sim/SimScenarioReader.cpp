@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QSet>
+#include <algorithm>
 #include <limits>
 
 namespace tk {
@@ -55,14 +56,17 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
     }
     const QJsonObject root = document.object();
     m_json.expectKeys(root, QString(),
-                      {"osVersion"_L1, "trusted"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
+                      {"osVersion"_L1, "trusted"_L1, "requestCost"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
                        "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1,
-                       "remembered"_L1});
+                       "remembered"_L1, "screenSets"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
     scenario.trusted = m_json.boolean(root, "trusted"_L1, QString(), true);
+    scenario.requestCost = m_json.number(root, "requestCost"_L1, QString(), scenario.requestCost,
+                                         Range::Seconds);
     scenario.screens = readScreens(root, scenario.screens);
+    scenario.screenSets = readScreenSets(root);
     const QJsonArray apps = m_json.array(root, "apps"_L1, QString());
     for (qsizetype i = 0; i < apps.size() && m_json.ok(); ++i)
         scenario.applications.append(
@@ -282,15 +286,24 @@ QList<SimShortcut> SimScenarioReader::readShortcuts(const QJsonObject& root)
                                        u"controlShift"_s};
     QList<SimShortcut> result;
     const QJsonArray shortcuts = m_json.array(root, "takenShortcuts"_L1, QString());
+    if (shortcuts.size() > SimScenarioLoader::maximumTakenShortcuts)
+        m_json.fail(u"takenShortcuts"_s, u"must hold at most %1 shortcuts"_s.arg(
+                                             SimScenarioLoader::maximumTakenShortcuts));
     for (qsizetype i = 0; i < shortcuts.size() && m_json.ok(); ++i) {
         const QString place = SimJsonReader::indexed(u"takenShortcuts"_s, i);
         const auto object = m_json.object(shortcuts.at(i), place);
         if (!object)
             break;
-        m_json.expectKeys(*object, place, {"key"_L1, "modifiers"_L1});
-        result.append(
-            {m_json.choice(*object, "key"_L1, place, keys, keys.first()),
-             m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first())});
+        m_json.expectKeys(
+            *object, place,
+            {"key"_L1, "modifiers"_L1, "holder"_L1, "exclusive"_L1, "registerStatus"_L1});
+        SimShortcut shortcut;
+        shortcut.key = m_json.choice(*object, "key"_L1, place, keys, keys.first());
+        shortcut.modifiers =
+            m_json.choice(*object, "modifiers"_L1, place, modifiers, modifiers.first());
+        readHolding(*object, place, shortcut);
+        checkExclusive(result, shortcut, place);
+        result.append(shortcut);
     }
     return result;
 }
@@ -304,9 +317,9 @@ SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& roo
     const auto object = m_json.object(root.value("loginItem"_L1), place);
     if (!object)
         return behaviour;
-    m_json.expectKeys(
-        *object, place,
-        {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1, "unregisterError"_L1});
+    m_json.expectKeys(*object, place,
+                      {"requiresApproval"_L1, "appFound"_L1, "registerError"_L1,
+                       "unregisterError"_L1, "switchedOff"_L1, "status"_L1});
     behaviour.requiresApproval = m_json.boolean(*object, "requiresApproval"_L1, place, false);
     behaviour.appFound = m_json.boolean(*object, "appFound"_L1, place, true);
     const auto failure = [](const std::optional<QString>& description) -> std::optional<Error> {
@@ -317,6 +330,7 @@ SimLoginItems::Behaviour SimScenarioReader::readLoginItem(const QJsonObject& roo
     behaviour.registerFailure = failure(m_json.optionalString(*object, "registerError"_L1, place));
     behaviour.unregisterFailure =
         failure(m_json.optionalString(*object, "unregisterError"_L1, place));
+    readLoginSwitch(*object, place, behaviour);
     return behaviour;
 }
 
@@ -342,11 +356,39 @@ void SimScenarioReader::readOwnProcess(const QJsonObject& root, SimScenario& sce
     const auto object = m_json.object(root.value("tuckaway"_L1), place);
     if (!object)
         return;
-    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1});
+    m_json.expectKeys(*object, place, {"pid"_L1, "place"_L1, "frame"_L1, "bundle"_L1});
+    readOwnBundle(*object, place, scenario);
     scenario.ownPid =
         qint32(m_json.integer(*object, "pid"_L1, place, 1, int32Max).value_or(scenario.ownPid));
     scenario.statusItemPlace =
         int(m_json.integer(*object, "place"_L1, place, 0, int32Max).value_or(barItems));
+    scenario.statusItemFrame = readOwnFrame(*object, scenario.screens);
+}
+
+// Tuckaway's icon where a scenario puts it: on some screen, with an extent, and instead of
+// a place, never besides one.
+std::optional<Rect> SimScenarioReader::readOwnFrame(const QJsonObject& object,
+                                                    const QList<SimScreen>& screens)
+{
+    const QString place = u"tuckaway.frame"_s;
+    if (!object.contains("frame"_L1))
+        return std::nullopt;
+    if (object.contains("place"_L1))
+        m_json.fail(place, u"cannot be given together with place"_s);
+    const Rect frame = readRect(object.value("frame"_L1), place, Range::PositiveLength);
+    if (!m_json.ok())
+        return std::nullopt;
+    // Accessibility space runs down from the primary screen's top; screens' frames run up.
+    const double top = screens.value(0).frame.maxY();
+    const Rect onScreen{frame.x, top - (frame.y + frame.height), frame.width, frame.height};
+    const auto overlaps = [&onScreen](const SimScreen& screen) {
+        const Rect& s = screen.frame;
+        return onScreen.x < s.maxX() && onScreen.maxX() > s.x && onScreen.y < s.maxY() &&
+               onScreen.maxY() > s.y;
+    };
+    if (std::none_of(screens.cbegin(), screens.cend(), overlaps))
+        m_json.fail(place, u"lies outside every screen"_s);
+    return frame;
 }
 
 // Where the menu bar remembers items stood, right to left: items of running applications,
@@ -367,9 +409,11 @@ void SimScenarioReader::readRemembered(const QJsonObject& root, SimScenario& sce
         scenario.remembered.append(*key);
     }
     const auto own = SimBarKey::autosave(Identity::statusItemAutosaveName);
-    if (listed.contains(own) && root.value("tuckaway"_L1).toObject().contains("place"_L1))
-        m_json.fail(u"tuckaway.place"_s,
-                    u"cannot be given when remembered holds %1"_s.arg(own.name));
+    for (const auto key : {"place"_L1, "frame"_L1}) {
+        if (listed.contains(own) && root.value("tuckaway"_L1).toObject().contains(key))
+            m_json.fail(u"tuckaway."_s + key,
+                        u"cannot be given when remembered holds %1"_s.arg(own.name));
+    }
 }
 
 // One item: "bundle" or "pid" with its "item" index, or Tuckaway's "autosaveName".

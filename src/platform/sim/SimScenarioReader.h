@@ -23,11 +23,20 @@ private:
     SimElement readElement(const QJsonValue& value, const QString& place, int depth);
     void readGeometry(const QJsonObject& object, const QString& place, SimElement& element);
     SimFrameworkBehaviour readFramework(const QJsonObject& root);
+    QList<SimScreenSet> readScreenSets(const QJsonObject& root);
+    QList<SimScreen> readScreenList(const QJsonArray& screens, const QString& place);
     QList<SimShortcut> readShortcuts(const QJsonObject& root);
+    void readHolding(const QJsonObject& object, const QString& place, SimShortcut& shortcut);
+    void checkExclusive(const QList<SimShortcut>& earlier, const SimShortcut& shortcut,
+                        const QString& place);
     SimLoginItems::Behaviour readLoginItem(const QJsonObject& root);
+    void readLoginSwitch(const QJsonObject& object, const QString& place,
+                         SimLoginItems::Behaviour& behaviour);
     void readOwnProcess(const QJsonObject& root, SimScenario& scenario);
+    std::optional<Rect> readOwnFrame(const QJsonObject& object, const QList<SimScreen>& screens);
     void readRemembered(const QJsonObject& root, SimScenario& scenario);
     std::optional<SimBarKey> readBarKey(const QJsonValue& value, const QString& place);
+    void readOwnBundle(const QJsonObject& object, const QString& place, SimScenario& scenario);
     void checkUniquePids(const SimScenario& scenario);
     bool countElement(const QString& place);
     void addToMenuBar(const SimElement& item, const QString& place);

@@ -1,6 +1,5 @@
 #include "SimWorkspace.h"
 
-#include "core/Identity.h"
 #include "platform/sim/SimDesktop.h"
 
 namespace tk {
@@ -20,7 +19,7 @@ qint32 SimWorkspace::currentProcessId() const
 
 std::optional<QString> SimWorkspace::mainBundleIdentifier() const
 {
-    return Identity::bundleIdentifier;
+    return m_desktop.ownBundleIdentifier();
 }
 
 QString SimWorkspace::operatingSystemVersionString() const
