@@ -82,13 +82,18 @@ public:
     // Reaching one hidden icon: the hiding is lifted, the item is found again by a scan of
     // its application alone and pressed, so that its own menu opens; the group hides again
     // by the countdown, counted from when that menu closes. Failures are said in a notice
-    // and hide the group at once. `revealHiddenApplication` reveals the application's first
-    // item; false (nothing done) when it is not among the hidden ones.
-    bool revealHiddenApplication(const QString& bundle);
-    void revealHiddenIcon(const HiddenIcon& icon);
+    // and hide the group at once. `revealHiddenApplication` reveals the first item of the
+    // application (its bundle identifier, or "pid:N" for one without); false (nothing done)
+    // when it is not among the hidden ones. `done` hears once of the press (an empty text) or
+    // of the failure's notice; nothing when a click or another reveal ends the reveal first.
+    using RevealDone = std::function<void(const QString& failure)>;
+    bool revealHiddenApplication(const QString& application, RevealDone done = {});
+    void revealHiddenIcon(const HiddenIcon& icon, RevealDone done = {});
     // The icons of the hiding in force, right to left; empty while nothing is hidden.
     const QList<HiddenIcon>& hiddenIcons() const { return m_hiddenIcons; }
     bool isRevealing() const { return m_reveal.has_value(); }
+    // A reveal waits for its item to come back to the bar, or for the press.
+    bool isRevealUnderWay() const { return m_reveal && !m_reveal->pressed; }
 
     // The status item's look and menu.
     void updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style);
@@ -196,6 +201,7 @@ private:
         QSet<QString> group; // hidden again afterwards
         double deadline = 0; // for the item to stand in the bar again
         bool pressed = false;
+        RevealDone done = {};
     };
     QList<HiddenIcon> m_hiddenIcons;
     QSet<QString> m_hiddenGroup; // what the hiding in force hides

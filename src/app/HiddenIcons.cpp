@@ -30,17 +30,20 @@ QList<HiddenIcon> of(const QList<ExternalItem>& items, const QSet<QString>& hidd
     QSet<QString> seen; // bundle and bar item
     QHash<QString, int> perApplication;
     for (const ExternalItem& item : items) {
-        if (!item.bundleID || !hiddenBundles.contains(*item.bundleID))
+        if (item.bundleID && !hiddenBundles.contains(*item.bundleID))
             continue;
         const QString path = ItemPress::pathOf(item.id);
-        const QString key = *item.bundleID + u'\n' + barItemOf(path);
+        // Without a bundle identifier, the id starts with the process number.
+        const qint32 pid = item.bundleID ? 0 : item.id.section(u':', 0, 0).toInt();
+        HiddenIcon icon{item.bundleID.value_or(QString()), pid, item.app, item.title, path};
+        const QString key = icon.applicationId() + u'\n' + barItemOf(path);
         if (seen.contains(key))
             continue;
         seen.insert(key);
-        ++perApplication[*item.bundleID];
+        ++perApplication[icon.applicationId()];
         const std::optional<double> x =
             item.frame ? std::optional(item.frame->x) : std::nullopt;
-        found.append({{*item.bundleID, item.app, item.title, path, true}, x});
+        found.append({std::move(icon), x});
     }
     std::stable_sort(found.begin(), found.end(), [](const Found& a, const Found& b) {
         if (a.x && b.x)
@@ -49,7 +52,7 @@ QList<HiddenIcon> of(const QList<ExternalItem>& items, const QSet<QString>& hidd
     });
     QList<HiddenIcon> icons;
     for (Found& entry : found) {
-        entry.icon.soleItem = perApplication.value(entry.icon.bundle) == 1;
+        entry.icon.soleItem = perApplication.value(entry.icon.applicationId()) == 1;
         icons.append(std::move(entry.icon));
     }
     return icons;

@@ -20,10 +20,14 @@ const QString permissionNotice =
     u"No se pudo mostrar el icono: falta Accesibilidad para esta copia."_s;
 const QString unlabelledTitle = u"Icono sin etiqueta"_s;
 
-std::optional<qint32> pidOf(const Workspace& workspace, const QString& bundle)
+// The process of the icon's application while it runs; one without bundle identifier is
+// the process the icon was read from, so that a later one of the same name is not taken.
+std::optional<qint32> pidOf(const Workspace& workspace, const HiddenIcon& icon)
 {
     for (const RunningApplication& app : workspace.runningApplications()) {
-        if (app.bundleIdentifier == bundle)
+        const bool same = icon.pid != 0 ? app.pid == icon.pid && !app.bundleIdentifier
+                                        : app.bundleIdentifier == icon.bundle;
+        if (same)
             return app.pid;
     }
     return std::nullopt;
@@ -31,13 +35,13 @@ std::optional<qint32> pidOf(const Workspace& workspace, const QString& bundle)
 
 } // namespace
 
-bool AppDelegate::revealHiddenApplication(const QString& bundle)
+bool AppDelegate::revealHiddenApplication(const QString& application, RevealDone done)
 {
     if (!m_visibility.active())
         return false;
     for (const HiddenIcon& icon : std::as_const(m_hiddenIcons)) {
-        if (icon.bundle == bundle) {
-            revealHiddenIcon(icon);
+        if (icon.applicationId() == application) {
+            revealHiddenIcon(icon, std::move(done));
             return true;
         }
     }
@@ -45,15 +49,17 @@ bool AppDelegate::revealHiddenApplication(const QString& bundle)
 }
 
 // Without permission the hiding stays: lifted, it could not be put back.
-void AppDelegate::revealHiddenIcon(const HiddenIcon& icon)
+void AppDelegate::revealHiddenIcon(const HiddenIcon& icon, RevealDone done)
 {
     if (!m_inspector.isAuthorized()) {
         m_preferences.setNotice(permissionNotice);
+        if (done)
+            done(permissionNotice);
         return;
     }
     ++m_collapseGeneration;
     const qint64 generation = ++m_revealGeneration;
-    m_reveal = Reveal{icon, m_hiddenGroup, now() + revealWait, false};
+    m_reveal = Reveal{icon, m_hiddenGroup, now() + revealWait, false, std::move(done)};
     m_preferences.setNotice(QString());
     m_visibility.restore();
     m_expandedAt = now();
@@ -64,7 +70,7 @@ void AppDelegate::attemptReveal(qint64 generation)
 {
     if (!m_reveal || generation != m_revealGeneration)
         return;
-    const std::optional<qint32> pid = pidOf(m_platform.workspace(), m_reveal->icon.bundle);
+    const std::optional<qint32> pid = pidOf(m_platform.workspace(), m_reveal->icon);
     if (!pid) {
         failReveal(quitNotice);
         return;
@@ -84,6 +90,8 @@ void AppDelegate::revealAnswered(qint64 generation, const PressOutcome& outcome)
     case PressOutcome::Kind::Pressed:
         m_reveal->pressed = true;
         m_expandedAt = now();
+        if (const RevealDone done = std::exchange(m_reveal->done, {}))
+            done(QString());
         return;
     case PressOutcome::Kind::NotOnScreen:
         if (now() + revealRetryInterval > m_reveal->deadline) {
@@ -111,28 +119,34 @@ void AppDelegate::revealAnswered(qint64 generation, const PressOutcome& outcome)
 void AppDelegate::failReveal(const QString& notice)
 {
     const QSet<QString> group = m_reveal ? m_reveal->group : m_hiddenGroup;
+    const RevealDone done = m_reveal ? std::move(m_reveal->done) : RevealDone();
     m_reveal.reset();
     ++m_revealGeneration;
     m_expandedAt.reset();
     m_preferences.setNotice(notice);
+    if (done)
+        done(notice);
     if (group.isEmpty())
         return;
     m_revealFailure = notice;
     m_visibility.activate(group);
 }
 
-// One entry per icon: the application's name for its only item, else the item's title.
+// One entry per icon: the application's name for its only item, else (and for an application
+// without a name) the item's title.
 std::vector<MenuEntry> AppDelegate::hiddenIconEntries()
 {
     std::vector<MenuEntry> entries;
     QPointer<AppDelegate> self(this);
     for (const HiddenIcon& icon : std::as_const(m_hiddenIcons)) {
-        const QString title = icon.soleItem ? icon.application
-                              : icon.title == unlabelledTitle ? text(unlabelledTitle)
-                                                              : icon.title;
+        const bool named = icon.soleItem && icon.application != AXScanner::unnamedApplication;
+        const bool labelled = !icon.title.isEmpty() && icon.title != unlabelledTitle;
+        const QString title = named      ? icon.application
+                              : labelled ? icon.title
+                                         : text(unlabelledTitle);
         entries.push_back({title, QString(), [self, icon] {
                                if (self)
-                                   self->revealHiddenIcon(icon);
+                                   self->revealHiddenIcon(icon, {});
                            }});
     }
     return entries;

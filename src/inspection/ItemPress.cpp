@@ -14,15 +14,15 @@ QString pathOf(const QString& itemId)
     return itemId.section(u':', 1, 1);
 }
 
-std::optional<QString> actionFor(const QStringList& actions)
+QString actionFor(const QStringList& actions)
 {
     for (const QString& preferred : {u"AXPress"_s, u"AXShowMenu"_s}) {
         if (actions.contains(preferred))
             return preferred;
     }
-    if (actions.isEmpty())
-        return std::nullopt;
-    return actions.first();
+    // An item that lists none may list them in a form the scan could not read: it is asked
+    // for the press all the same, and it is the one to refuse.
+    return actions.isEmpty() ? u"AXPress"_s : actions.first();
 }
 
 namespace {
@@ -57,15 +57,13 @@ PressOutcome scanAndPress(const ScanApp& app, const QString& path,
                                     });
     if (found == scanned.items.cend())
         return {};
-    const std::optional<QString> action = actionFor(found->actions);
-    if (!action)
-        return failedPress(AXResult::actionUnsupported, QString());
+    const QString action = actionFor(found->actions);
     Accessibility& accessibility = environment.accessibility;
     accessibility.setMessagingTimeout(found->element, AXScanner::messagingTimeout);
-    const qint32 result = accessibility.performAction(found->element, *action);
+    const qint32 result = accessibility.performAction(found->element, action);
     if (result != AXResult::success)
-        return failedPress(result, *action);
-    return {PressOutcome::Kind::Pressed, AXResult::success, *action};
+        return failedPress(result, action);
+    return {PressOutcome::Kind::Pressed, AXResult::success, action};
 }
 
 } // namespace ItemPress

@@ -28,9 +28,9 @@ namespace ItemPress {
 // The item's place below its application's extras menu bar, "extras.0.1", as item ids hold it.
 QString pathOf(const QString& itemId);
 
-// "AXPress" when the item lists it, else "AXShowMenu", else the first it lists; nothing when
-// it lists none.
-std::optional<QString> actionFor(const QStringList& actions);
+// "AXPress" when the item lists it, else "AXShowMenu", else the first it lists; "AXPress"
+// when it lists none.
+QString actionFor(const QStringList& actions);
 
 // Scans `app` and presses the item at `path` when it stands in the bar, with the scan's
 // per-element timeout. Synchronous; on the thread that runs the scan.

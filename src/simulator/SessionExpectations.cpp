@@ -124,14 +124,14 @@ Failure checkPressed(const SessionContext& context, const ScriptStep& step)
     const bool titled = step.arguments.size() == 2;
     QString got = u"none"_s;
     if (acted != presses.crend())
-        got = titled ? acted->bundle + u' ' + acted->title : acted->bundle;
+        got = titled ? acted->applicationId() + u' ' + acted->title : acted->applicationId();
     return compared(step, step.arguments.join(u' '), got);
 }
 
 Failure checkMenuOpen(const SessionContext& context, const ScriptStep& step)
 {
     const std::optional<SimPress> open = context.platform.desktop().openItemMenu();
-    return compared(step, step.arguments.value(0), open ? open->bundle : u"none"_s);
+    return compared(step, step.arguments.value(0), open ? open->applicationId() : u"none"_s);
 }
 
 // What Tuckaway's "Abrir al iniciar sesión" switch shows.

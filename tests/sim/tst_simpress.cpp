@@ -62,6 +62,9 @@ void TestSimPress::pressesAnItem_data()
                                     << 0.0;
     QTest::newRow("not listed") << press + "}" << u"AXCancel"_s << true
                                 << AXResult::actionUnsupported << QString() << false << 0.0;
+    QTest::newRow("names that cannot be read") << QByteArray(R"({"title": "Clip", "actions": [1]})")
+                                               << u"AXPress"_s << true << AXResult::success
+                                               << u"Clip AXPress 0 1"_s << true << 0.0;
     QTest::newRow("refused") << press + R"(, "pressResult": -25204})" << u"AXPress"_s << true
                              << AXResult::cannotComplete << u"Clip AXPress -25204 0"_s << false
                              << 0.0;

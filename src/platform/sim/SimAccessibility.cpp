@@ -425,8 +425,9 @@ AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, co
     return {AXResult::success, name == "AXPosition"_L1 && request.item->positionSettable};
 }
 
-// An action the item does not list is not performed; a refused one does nothing; a late one
-// costs the timeout and fails, though the application performs it when it gets to it.
+// An action the item does not list is not performed (an item whose names cannot be read
+// performs any); a refused one does nothing; a late one costs the timeout and fails, though
+// the application performs it when it gets to it.
 qint32 SimAccessibility::performAction(const AXElementRef& element, const QString& name)
 {
     waitWhileHeld(element);
@@ -434,14 +435,14 @@ qint32 SimAccessibility::performAction(const AXElementRef& element, const QStrin
     if (request.error != AXResult::success)
         return request.error;
     const SimElement* item = request.item;
-    if (!item || !item->actions || !item->actions->contains(name))
+    if (!item || (item->actions && !item->actions->contains(name)))
         return AXResult::actionUnsupported;
     SimPress press;
     press.pid = request.element->pid;
     press.bundle = request.application->application->bundleIdentifier.value_or(QString());
     press.item = int(request.element->path.first());
-    press.title = item->title.kind == SimText::Kind::String ? item->title.string
-                                                            : item->description.string;
+    const bool titled = item->title.kind == SimText::Kind::String && !item->title.string.isEmpty();
+    press.title = titled ? item->title.string : item->description.string;
     press.action = name;
     press.result = item->pressResult;
     if (press.result == AXResult::success) {

@@ -54,6 +54,12 @@ struct SimPress {
     QString action;      // "AXPress", "AXShowMenu", ...
     qint32 result = 0;   // what the press answered
     bool acted = false;  // whether the application acted on it (a late press does)
+
+    // Its bundle identifier, else "pid:N".
+    QString applicationId() const
+    {
+        return bundle.isEmpty() ? QStringLiteral("pid:") + QString::number(pid) : bundle;
+    }
 };
 
 struct SimWorldState {
