@@ -98,6 +98,8 @@ public:
     // The status item's look and menu.
     void updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style);
     void showMenu();
+    // The "Iconos ocultos" submenu's entries as a menu of their own, at the icon.
+    void showHiddenIconsMenu();
 
     // The settings window.
     void openSettings(std::optional<int> section);

@@ -185,6 +185,10 @@ void AppDelegate::shortcutPressed()
         m_preferences.setNotice(shortcutShowAllNotice);
         return;
     }
+    if (hotkey && hotkey->action == u"showHiddenIcon"_s) {
+        showHiddenIconsMenu();
+        return;
+    }
     toggleVisibility();
 }
 

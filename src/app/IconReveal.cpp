@@ -132,13 +132,15 @@ void AppDelegate::failReveal(const QString& notice)
     m_visibility.activate(group);
 }
 
-// One entry per icon: the application's name for its only item, else (and for an application
+// One entry per icon of an application still running: the application's name for its only item, else (and for an application
 // without a name) the item's title.
 std::vector<MenuEntry> AppDelegate::hiddenIconEntries()
 {
     std::vector<MenuEntry> entries;
     QPointer<AppDelegate> self(this);
     for (const HiddenIcon& icon : std::as_const(m_hiddenIcons)) {
+        if (!pidOf(m_platform.workspace(), icon)) // quit since the hiding
+            continue;
         const bool named = icon.soleItem && icon.application != AXScanner::unnamedApplication;
         const bool labelled = !icon.title.isEmpty() && icon.title != unlabelledTitle;
         const QString title = named      ? icon.application

@@ -134,6 +134,7 @@ QList<QPair<QString, QString>> tableRows()
         {QStringLiteral("Icono sin etiqueta"), QStringLiteral("Unlabeled icon")},
         {QStringLiteral("Iconos ocultos"), QStringLiteral("Hidden icons")},
         {QStringLiteral("Mostrar icono oculto…"), QStringLiteral("Show a hidden icon…")},
+        {QStringLiteral("No hay iconos ocultos."), QStringLiteral("No icons are hidden.")},
         {QStringLiteral("No se pudo mostrar el icono: la app se cerró."), QStringLiteral("Could not show the icon: the app quit.")},
         {QStringLiteral("No se pudo mostrar el icono: no volvió a la barra a tiempo."), QStringLiteral("Could not show the icon: it did not come back to the menu bar in time.")},
         {QStringLiteral("No se pudo mostrar el icono: la app rechazó la pulsación. Error de accesibilidad:"), QStringLiteral("Could not show the icon: the app refused the press. Accessibility error:")},

@@ -163,7 +163,8 @@ QString checkSet(const QStringList& a)
     if (field == u"delay")
         return oneOf(value, {u"5"_s, u"10"_s, u"30"_s, u"60"_s}, u"delay"_s);
     if (field == u"hotkey")
-        return oneOf(value, {u"off"_s, u"toggle"_s, u"showAll"_s}, u"hotkey"_s);
+        return oneOf(value, {u"off"_s, u"toggle"_s, u"showAll"_s, u"showHiddenIcon"_s},
+                     u"hotkey"_s);
     if (field == u"hiddenBundles")
         return {};
     return oneOf(field,
