@@ -77,6 +77,9 @@ public:
     virtual QString applicationPath() const = 0;
     // The icon the bundle ships, `pixelSize` pixels square; null when there is none.
     virtual QImage bundleIcon(int pixelSize) const = 0;
+    // The icon of the running application `pid`, `pixelSize` pixels square; null when it
+    // runs no more or has none.
+    virtual QImage applicationIcon(qint32 pid, int pixelSize) const = 0;
     // The version the bundle declares for people ("CFBundleShortVersionString" on macOS);
     // empty when it declares none.
     virtual QString bundleVersion() const = 0;

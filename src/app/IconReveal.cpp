@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/DesktopServices.h"
 #include "app/StatusItem.h"
 #include "core/Time.h"
 #include "inspection/Workspace.h"
@@ -19,6 +20,9 @@ const QString refusedNotice =
 const QString permissionNotice =
     u"No se pudo mostrar el icono: falta Accesibilidad para esta copia."_s;
 const QString unlabelledTitle = u"Icono sin etiqueta"_s;
+// An application's icon in a menu entry: 16 points, drawn for a display of two pixels a point.
+constexpr int menuIconPoints = 16;
+constexpr int menuIconPixelRatio = 2;
 
 // The process of the icon's application while it runs; one without bundle identifier is
 // the process the icon was read from, so that a later one of the same name is not taken.
@@ -139,17 +143,21 @@ std::vector<MenuEntry> AppDelegate::hiddenIconEntries()
     std::vector<MenuEntry> entries;
     QPointer<AppDelegate> self(this);
     for (const HiddenIcon& icon : std::as_const(m_hiddenIcons)) {
-        if (!pidOf(m_platform.workspace(), icon)) // quit since the hiding
+        const std::optional<qint32> pid = pidOf(m_platform.workspace(), icon);
+        if (!pid) // quit since the hiding
             continue;
         const bool named = icon.soleItem && icon.application != AXScanner::unnamedApplication;
         const bool labelled = !icon.title.isEmpty() && icon.title != unlabelledTitle;
         const QString title = named      ? icon.application
                               : labelled ? icon.title
                                          : text(unlabelledTitle);
-        entries.push_back({title, QString(), [self, icon] {
-                               if (self)
-                                   self->revealHiddenIcon(icon, {});
-                           }});
+        MenuEntry entry{title, QString(), [self, icon] {
+                            if (self)
+                                self->revealHiddenIcon(icon, {});
+                        }};
+        entry.icon = m_desktop.applicationIcon(*pid, menuIconPoints * menuIconPixelRatio);
+        entry.icon.setDevicePixelRatio(menuIconPixelRatio);
+        entries.push_back(std::move(entry));
     }
     return entries;
 }

@@ -2,13 +2,12 @@
 
 #include "core/Rect.h"
 
+#include <QImage>
 #include <QList>
 #include <QString>
 #include <functional>
 #include <optional>
 #include <vector>
-
-class QImage;
 
 namespace tk {
 
@@ -40,6 +39,7 @@ struct MenuEntry {
     std::function<void()> action;
     bool isSeparator = false;
     std::vector<MenuEntry> submenu = {};
+    QImage icon = {}; // shown before the title at menu size (its device pixel ratio); null: none
 
     static MenuEntry separator() { return {{}, {}, {}, true}; }
     static MenuEntry opening(const QString& title, std::vector<MenuEntry> entries)

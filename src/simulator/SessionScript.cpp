@@ -189,8 +189,10 @@ QString checkScreens(const QStringList& a)
 QString checkPicture(const QStringList& a)
 {
     static const QRegularExpression name(u"^[A-Za-z0-9][A-Za-z0-9._-]{0,99}\\.png$"_s);
-    if (a.size() != 1 || !name.match(a[0]).hasMatch())
+    if (a.isEmpty() || a.size() > 2 || !name.match(a[0]).hasMatch())
         return u"takes a file name ending in .png (letters, digits, . _ -)"_s;
+    if (a.size() == 2 && a[1] != u"light" && a[1] != u"dark")
+        return u"draws the screens light or dark, not \"%1\""_s.arg(a[1]);
     return {};
 }
 

@@ -61,7 +61,7 @@ StepOutcome SessionSteps::act(const ScriptStep& step)
     if (command == u"pointer")
         return pointer(step.arguments);
     if (command == u"picture")
-        return savePicture(first);
+        return savePicture(first, step.arguments.value(1) == u"dark");
     if (command == u"button")
         m_context.platform.simulatedDesktopServices().setMouseButtonPressed(first == u"down");
     else if (command == u"shortcut")
@@ -303,15 +303,23 @@ void SessionSteps::set(const QString& field, const QString& value)
     m_context.app.preferences().setData(record);
 }
 
-StepOutcome SessionSteps::savePicture(const QString& name)
+// Tuckaway's menu, when open, is drawn under its icon with its first submenu open, as when
+// the pointer rests on that entry.
+StepOutcome SessionSteps::savePicture(const QString& name, bool dark)
 {
     if (m_context.pictureDirectory.isEmpty())
         m_context.pictureDirectory = defaultPictureDirectory();
     SimMenuBarScene::Look look;
     look.language = m_context.app.preferences().language();
-    if (const SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem())
+    look.dark = dark;
+    QList<MenuEntry> menu;
+    if (const SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem()) {
         look.glyph = item->image();
-    const QImage picture = SimMenuBarScene(m_context.platform.desktop(), 1.0).render(look);
+        menu = item->openMenu().value_or(QList<MenuEntry>());
+        look.ownHighlighted = !menu.isEmpty();
+    }
+    const QImage picture =
+        SimMenuBarScene(m_context.platform.desktop(), 1.0, std::move(menu)).render(look);
     const QString path = QDir(m_context.pictureDirectory).absoluteFilePath(name);
     QImageWriter writer(path, "png");
     if (!QDir().mkpath(m_context.pictureDirectory) || !writer.write(picture))

@@ -44,7 +44,7 @@ private:
     void pressShortcut();
     void secondLaunch();
     void set(const QString& field, const QString& value);
-    StepOutcome savePicture(const QString& name);
+    StepOutcome savePicture(const QString& name, bool dark);
 
     SessionContext& m_context;
     SessionPrinter& m_printer;

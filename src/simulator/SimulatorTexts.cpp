@@ -56,6 +56,8 @@ const QHash<QString, QString>& english()
         {u"Menú"_s, u"Menu"_s},
         {u"Menú del icono abierto: %1"_s, u"Icon's menu open: %1"_s},
         {u"Menú del icono cerrado."_s, u"Icon's menu closed."_s},
+        {u"Abrir %1"_s, u"Open %1"_s},
+        {u"Salir de %1"_s, u"Quit %1"_s},
         {u"Apps ocultas"_s, u"Hidden apps"_s},
         {u"Ninguna app oculta."_s, u"No app is hidden."_s},
         {u"Imagen guardada: %1"_s, u"Picture saved: %1"_s},

@@ -1,6 +1,7 @@
 #include "SimulatorWindow.h"
 
 #include "app/AppDelegate.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "simulator/SimMenuBarView.h"
 #include "platform/sim/SimPlatform.h"
@@ -11,8 +12,11 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QMenu>
+#include <QIcon>
+#include <QPixmap>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -65,6 +69,10 @@ SimulatorWindow::SimulatorWindow(SimPlatform& platform, AppDelegate& app, QWidge
     if (SimStatusItem* item = platform.simulatedDesktopServices().statusItem())
         connect(item, &SimStatusItem::menuPoppedUp, this, &SimulatorWindow::showStatusItemMenu);
     connect(&app.preferences(), &Preferences::languageChanged, this, &SimulatorWindow::retranslate);
+    // Escape closes an application's item menu, as on a Mac.
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(escape, &QShortcut::activated, this,
+            [&platform] { platform.desktop().closeItemMenu(); });
     retranslate();
     sceneChanged();
     resize(1560, 560);
@@ -108,7 +116,10 @@ void SimulatorWindow::addMenuEntries(QMenu& menu, const std::vector<MenuEntry>& 
             QString title = entry.title;
             if (!entry.keyEquivalent.isEmpty())
                 title += u"\t⌘"_s + entry.keyEquivalent.toUpper();
-            connect(menu.addAction(title), &QAction::triggered, this, [target, entryPath] {
+            QAction* action = menu.addAction(title);
+            if (!entry.icon.isNull())
+                action->setIcon(QIcon(QPixmap::fromImage(entry.icon)));
+            connect(action, &QAction::triggered, this, [target, entryPath] {
                 if (target)
                     target->chooseMenuPath(entryPath);
             });

@@ -95,6 +95,10 @@ public:
     void prepareSettingsWindow(QWidget& w) override { m_desktop.prepareSettingsWindow(w); }
     QString applicationPath() const override { return m_desktop.applicationPath(); }
     QImage bundleIcon(int pixelSize) const override { return m_desktop.bundleIcon(pixelSize); }
+    QImage applicationIcon(qint32 pid, int pixelSize) const override
+    {
+        return m_desktop.applicationIcon(pid, pixelSize);
+    }
     QString bundleVersion() const override { return m_desktop.bundleVersion(); }
 
 private:

@@ -27,6 +27,7 @@ public:
     void prepareSettingsWindow(QWidget& window) override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    QImage applicationIcon(qint32 pid, int pixelSize) const override;
     QString bundleVersion() const override;
 
 private:

@@ -291,6 +291,23 @@ QImage MacDesktopServices::bundleIcon(int pixelSize) const
     return MacAppIcon::bundleIcon(pixelSize);
 }
 
+// The icon the system shows for the running application, drawn at the size asked for.
+QImage MacDesktopServices::applicationIcon(qint32 pid, int pixelSize) const
+{
+    if (pixelSize < 1)
+        return {};
+    @autoreleasepool {
+        NSRunningApplication* application =
+            [NSRunningApplication runningApplicationWithProcessIdentifier:pid_t(pid)];
+        NSImage* icon = application.icon;
+        if (icon == nil)
+            return {};
+        NSRect rect = NSMakeRect(0, 0, pixelSize, pixelSize);
+        const CGImageRef image = [icon CGImageForProposedRect:&rect context:nil hints:nil];
+        return image != nullptr ? MacAppIcon::rendered(image, pixelSize) : QImage();
+    }
+}
+
 QString MacDesktopServices::bundleVersion() const
 {
     @autoreleasepool {

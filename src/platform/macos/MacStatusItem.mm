@@ -80,6 +80,20 @@ namespace tk {
 
 namespace {
 
+// `icon` at the size in points its device pixel ratio gives it.
+NSImage* imageOf(const QImage& icon)
+{
+    CGImageRef cgImage = icon.toCGImage();
+    if (cgImage == nullptr)
+        return nil;
+    const qreal ratio = icon.devicePixelRatio() > 0 ? icon.devicePixelRatio() : 1;
+    NSImage* image =
+        [[NSImage alloc] initWithCGImage:cgImage
+                                    size:NSMakeSize(icon.width() / ratio, icon.height() / ratio)];
+    CGImageRelease(cgImage);
+    return image;
+}
+
 // Adds `entries` to `menu`, submenus included; a chosen entry runs the action `target`
 // keeps under the entry's tag.
 template <typename Entries>
@@ -93,6 +107,8 @@ void addEntries(NSMenu* menu, const Entries& entries, TKMenuTarget* target)
         NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:entry.title.toNSString()
                                                       action:@selector(entryChosen:)
                                                keyEquivalent:entry.keyEquivalent.toNSString()];
+        if (!entry.icon.isNull())
+            item.image = imageOf(entry.icon);
         if (!entry.submenu.empty()) {
             NSMenu* submenu = [[NSMenu alloc] initWithTitle:entry.title.toNSString()];
             addEntries(submenu, entry.submenu, target);
@@ -114,14 +130,9 @@ Rect rectOf(NSRect rect)
 
 NSImage* nativeImage(const GlyphImage& glyph)
 {
-    CGImageRef cgImage = glyph.image.toCGImage();
-    if (cgImage == nullptr)
+    NSImage* image = imageOf(glyph.image);
+    if (image == nil)
         return nil;
-    const qreal ratio = glyph.image.devicePixelRatio() > 0 ? glyph.image.devicePixelRatio() : 1;
-    NSImage* image = [[NSImage alloc]
-        initWithCGImage:cgImage
-                   size:NSMakeSize(glyph.image.width() / ratio, glyph.image.height() / ratio)];
-    CGImageRelease(cgImage);
     [image setTemplate:glyph.isTemplate];
     image.accessibilityDescription = glyph.accessibilityDescription.toNSString();
     return image;

@@ -40,6 +40,8 @@ public:
     QPointF windowPointerPosition() const override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    // A tile in a colour of the application's own, with its name's first letter.
+    QImage applicationIcon(qint32 pid, int pixelSize) const override;
     QString bundleVersion() const override;
 
     // What the person and the system do.
