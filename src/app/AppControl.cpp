@@ -90,8 +90,12 @@ void AppControl::reveal(const QString& application, Done done)
             return;
         }
         auto failure = std::make_shared<QString>();
-        m_app.revealHiddenApplication(application,
-                                      [failure](const QString& notice) { *failure = notice; });
+        // Hidden by the latest scan, yet without an icon the hiding found: nothing to reveal.
+        if (!m_app.revealHiddenApplication(
+                application, [failure](const QString& notice) { *failure = notice; })) {
+            done(ControlText{notHidden, {application}});
+            return;
+        }
         whenAtRest([done, failure] {
             done(failure->isEmpty() ? ControlOutcome() : ControlText{*failure, {}});
         });
