@@ -69,6 +69,10 @@ public:
     {
         return static_cast<const CannedElement&>(*element).settable;
     }
+    qint32 performAction(const AXElementRef&, const QString&) override
+    {
+        return AXResult::success;
+    }
     bool isProcessTrusted() override { return true; }
     bool promptForTrust() override { return true; }
 
@@ -249,6 +253,10 @@ public:
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override
     {
         return m_inner.isAttributeSettable(element, name);
+    }
+    qint32 performAction(const AXElementRef& element, const QString& name) override
+    {
+        return m_inner.performAction(element, name);
     }
     bool isProcessTrusted() override { return true; }
     bool promptForTrust() override { return true; }

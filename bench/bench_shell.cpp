@@ -1,10 +1,12 @@
 // The application's recurring work: one interaction tick in steady state, the status item's
-// place, the timer's hand-off to the main thread, translation of a report and of a key, and
-// the boundary rule over a crowded menu bar.
+// place, the timer's hand-off to the main thread, translation of a report and of a key, the
+// boundary rule over a crowded menu bar, and reaching one hidden icon from its entry.
 #include "BenchSupport.h"
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/StatusItem.h"
+#include "inspection/ItemPress.h"
+#include "platform/sim/SimAccessibility.h"
 #include "l10n/L10n.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
@@ -172,6 +174,131 @@ void boundaryPolicy(benchmark::State& state)
         benchmark::DoNotOptimize(BoundaryPolicy::hidden(items, middleBoundary));
 }
 
+// The built-in desktop's group hidden, ready for one of its icons to be reached.
+class HiddenShell {
+public:
+    HiddenShell()
+        : m_platform(SimPlatform::forTests(SimScenarioLoader::builtIn())),
+          m_time(dynamic_cast<VirtualTimeSource&>(m_platform->time()))
+    {
+        m_errors.open(QIODevice::ReadWrite);
+        m_app = std::make_unique<AppDelegate>(*m_platform, m_errors);
+        m_app->applicationDidFinishLaunching(CommandLine::parse({QStringLiteral("tuckaway")}));
+        hide();
+    }
+
+    // The item's menu closed, the group hidden again at once.
+    void hide()
+    {
+        m_platform->desktop().closeItemMenu();
+        if (!m_app->visibility().active())
+            m_app->toggleVisibility();
+        for (int i = 0; i < 100 && !m_app->visibility().active(); ++i)
+            pass(AppDelegate::interactionInterval);
+        if (m_app->hiddenIcons().isEmpty())
+            qFatal("nothing is hidden");
+    }
+
+    // From choosing the entry of the first hidden icon to its press.
+    void reveal()
+    {
+        m_app->revealHiddenIcon(m_app->hiddenIcons().first());
+        while (m_app->isRevealUnderWay())
+            pass(0.0);
+    }
+
+    // Every application scanned, as a collapse does.
+    void scanAll()
+    {
+        m_app->inspector().scan();
+        pass(0.0);
+    }
+
+    SimAccessibility& accessibility() { return m_platform->simulatedAccessibility(); }
+
+    // What the press's thread does, here: its application scanned, its item pressed.
+    void pressDirectly()
+    {
+        const HiddenIcon& icon = m_app->hiddenIcons().first();
+        for (const RunningApplication& app : m_platform->workspace().runningApplications()) {
+            if (icon.pid != 0 ? app.pid == icon.pid : app.bundleIdentifier == icon.bundle)
+                (void)ItemPress::scanAndPress({app.pid, app.bundleIdentifier, app.localizedName},
+                                              icon.path, environment());
+        }
+    }
+
+    // What a collapse's walk does, here: every other application scanned.
+    void scanDirectly()
+    {
+        QList<ScanApp> apps;
+        const qint32 own = m_platform->workspace().currentProcessId();
+        for (const RunningApplication& app : m_platform->workspace().runningApplications()) {
+            if (app.pid != own)
+                apps.append({app.pid, app.bundleIdentifier, app.localizedName});
+        }
+        (void)AXScanner::scan(apps, environment());
+    }
+
+private:
+    void pass(double seconds)
+    {
+        m_time.advance(seconds);
+        for (int i = 0; i < 4 || m_app->inspector().isScanning(); ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+
+    ScanEnvironment environment() { return {accessibility(), m_time, QString()}; }
+
+    std::unique_ptr<SimPlatform> m_platform;
+    VirtualTimeSource& m_time;
+    QBuffer m_errors;
+    std::unique_ptr<AppDelegate> m_app;
+};
+
+HiddenShell& hiddenShell()
+{
+    static HiddenShell hidden;
+    return hidden;
+}
+
+// The round trips to applications of one reveal, against a whole scan's: the reveal scans
+// the one application concerned.
+void revealOneIcon(benchmark::State& state)
+{
+    HiddenShell& shell = hiddenShell();
+    quint64 requests = 0;
+    for (auto _ : state) {
+        shell.accessibility().resetRoundTrips();
+        shell.reveal();
+        requests += shell.accessibility().roundTrips().requests;
+        state.PauseTiming();
+        shell.hide();
+        state.ResumeTiming();
+    }
+    shell.accessibility().resetRoundTrips();
+    shell.scanAll();
+    state.counters["roundTrips"] =
+        double(requests) / double(std::max<std::int64_t>(state.iterations(), 1));
+    state.counters["scanRoundTrips"] = double(shell.accessibility().roundTrips().requests);
+    state.SetLabel("target: one application's round trips, not the whole scan's");
+}
+
+// The main thread's part, from the choice until the press has been answered; then, counted
+// on this thread, the press's own part (the scan of its one application and the press)
+// beside a scan of every application, as a collapse makes.
+void countRevealInstructions()
+{
+    HiddenShell& shell = hiddenShell();
+    shell.reveal(); // caches and first-use tables filled outside the count
+    shell.hide();
+    CALLGRIND_ZERO_STATS;
+    shell.reveal();
+    CALLGRIND_DUMP_STATS_AT("reveal-one-icon/1");
+    bench::countInstructions("reveal-scan-and-press", 10, [&] { shell.pressDirectly(); });
+    bench::countInstructions("scan-whole-desktop", 10, [&] { shell.scanDirectly(); });
+    shell.hide();
+}
+
 void countInstructions()
 {
     AppDelegate& app = shell().app();
@@ -187,6 +314,7 @@ void countInstructions()
     const QList<PositionedItem> items = crowdedBar();
     bench::countInstructions("boundary-1000", 20,
                              [&] { (void)BoundaryPolicy::hidden(items, middleBoundary); });
+    countRevealInstructions();
 }
 
 } // namespace
@@ -197,6 +325,7 @@ BENCHMARK(tickThroughTimer);
 BENCHMARK(translateReport)->Unit(benchmark::kMicrosecond);
 BENCHMARK(translateKey);
 BENCHMARK(boundaryPolicy)->Unit(benchmark::kMicrosecond);
+BENCHMARK(revealOneIcon)->Unit(benchmark::kMicrosecond)->Iterations(20);
 
 int main(int argc, char** argv)
 {

@@ -37,6 +37,8 @@ target_of() {
     case "$1" in
         scanner-6000-elements) echo "<= 8000 per element" ;;
         control-100-status) echo "<= 30000000 per hundred clients, theirs included" ;;
+        reveal-one-icon) echo "main thread, choice to press; its walk: reveal-scan-and-press" ;;
+        reveal-scan-and-press) echo "one application, far below scan-whole-desktop" ;;
         *) echo "-" ;;
     esac
 }

@@ -5,6 +5,7 @@
 #include "inspection/Workspace.h"
 
 #include <QCoreApplication>
+#include <memory>
 
 namespace tk {
 
@@ -27,6 +28,8 @@ AppControl::AppControl(AppDelegate& app, const Workspace& workspace, TimeSource&
     };
     connect(&app.inspector(), &Inspector::isScanningChanged, this, check);
     connect(&app.visibility(), &VisibilityController::pendingChanged, this, check);
+    // A reveal ends between scans too: waiting for its item, or cut short by a click.
+    connect(&app, &AppDelegate::interactionTimerFired, this, check);
 }
 
 AppControl::~AppControl() = default;
@@ -86,8 +89,16 @@ void AppControl::reveal(const QString& application, Done done)
             done(ControlText{notHidden, {application}});
             return;
         }
-        m_app.revealHiddenApplication(application);
-        whenAtRest([done] { done(ControlOutcome()); });
+        auto failure = std::make_shared<QString>();
+        // Hidden by the latest scan, yet without an icon the hiding found: nothing to reveal.
+        if (!m_app.revealHiddenApplication(
+                application, [failure](const QString& notice) { *failure = notice; })) {
+            done(ControlText{notHidden, {application}});
+            return;
+        }
+        whenAtRest([done, failure] {
+            done(failure->isEmpty() ? ControlOutcome() : ControlText{*failure, {}});
+        });
     });
 }
 
@@ -108,7 +119,8 @@ QString AppControl::language() const
 
 bool AppControl::atRest() const
 {
-    return !m_app.inspector().isScanning() && !m_app.visibility().pending();
+    return !m_app.inspector().isScanning() && !m_app.visibility().pending() &&
+           !m_app.isRevealUnderWay();
 }
 
 void AppControl::whenAtRest(std::function<void()> then)

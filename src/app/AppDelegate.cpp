@@ -280,7 +280,9 @@ void AppDelegate::hidingStateChanged(bool active, bool pending)
     if (active) {
         m_expandedAt.reset();
         m_preferences.setNeedsApply(false);
-        m_preferences.setNotice(appliedNotice);
+        // A reveal that failed says why, also once the group is hidden again.
+        m_preferences.setNotice(m_revealFailure.isEmpty() ? appliedNotice : m_revealFailure);
+        m_revealFailure.clear();
     }
     writeUIReport();
 }

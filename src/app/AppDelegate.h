@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/HiddenIcons.h"
 #include "core/Rect.h"
 #include "hotkey/GlobalHotKey.h"
 #include "inspection/Inspector.h"
@@ -30,6 +31,7 @@ class StatusItemPlaceWait;
 class Timer;
 struct ScreenInfo;
 struct StatusItemEvent;
+struct MenuEntry;
 
 // The application controller: owns every long-lived object, runs the launch, the collapse
 // cycle, the status item's look and menu, the settings window and the interface report.
@@ -50,6 +52,10 @@ public:
     static constexpr double startActionDelay = 1.0;
     static constexpr double hoverRevealDelay = 0.6;
     static constexpr double menuBarBandHeight = 30.0;
+    // How long a revealed item is waited for in the bar, and how often it is looked for.
+    static constexpr double revealWait = 2.0;
+    static constexpr double revealRetryInterval = 0.1;
+    static inline const QString hiddenIconsTitle = QStringLiteral("Iconos ocultos");
 
     // `errors` receives the diagnostic run's failure line.
     AppDelegate(Platform& platform, QIODevice& errors, QObject* parent = nullptr);
@@ -69,15 +75,31 @@ public:
     // Lifts the hiding, and the auto-collapse countdown starts.
     void expand();
     void showAll();
-    // Reaches one hidden application's icon: for now by showing the whole group.
-    void revealHiddenApplication(const QString& bundle);
     void refresh();
     void tick();
     void shortcutPressed();
 
+    // Reaching one hidden icon: the hiding is lifted, the item is found again by a scan of
+    // its application alone and pressed, so that its own menu opens; the group hides again
+    // by the countdown, counted from when that menu closes. Failures are said in a notice
+    // and hide the group at once. `revealHiddenApplication` reveals the first item of the
+    // application (its bundle identifier, or "pid:N" for one without); false (nothing done)
+    // when it is not among the hidden ones. `done` hears once of the press (an empty text) or
+    // of the failure's notice; nothing when a click or another reveal ends the reveal first.
+    using RevealDone = std::function<void(const QString& failure)>;
+    bool revealHiddenApplication(const QString& application, RevealDone done = {});
+    void revealHiddenIcon(const HiddenIcon& icon, RevealDone done = {});
+    // The icons of the hiding in force, right to left; empty while nothing is hidden.
+    const QList<HiddenIcon>& hiddenIcons() const { return m_hiddenIcons; }
+    bool isRevealing() const { return m_reveal.has_value(); }
+    // A reveal waits for its item to come back to the bar, or for the press.
+    bool isRevealUnderWay() const { return m_reveal && !m_reveal->pressed; }
+
     // The status item's look and menu.
     void updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style);
     void showMenu();
+    // The "Iconos ocultos" submenu's entries as a menu of their own, at the icon.
+    void showHiddenIconsMenu();
 
     // The settings window.
     void openSettings(std::optional<int> section);
@@ -142,6 +164,13 @@ private:
     std::optional<Rect> boundary() const;
     std::optional<QSet<QString>> boundaryHiddenSet();
     void runCountdown(double now, const QPointF& pointer);
+    bool countdownHeld(const QPointF& pointer) const;
+
+    // Reveal steps.
+    void attemptReveal(qint64 generation);
+    void revealAnswered(qint64 generation, const PressOutcome& outcome);
+    void failReveal(const QString& notice);
+    std::vector<MenuEntry> hiddenIconEntries();
 
     std::optional<ScreenInfo> screenUnderPointer() const;
     std::optional<ScreenInfo> screenHolding(const Rect& frame) const;
@@ -169,6 +198,20 @@ private:
     std::optional<double> m_hoverBegan;
     qint64 m_collapseGeneration = 0;
     std::optional<QString> m_qaReportPath;
+
+    struct Reveal {
+        HiddenIcon icon;
+        QSet<QString> group; // hidden again afterwards
+        double deadline = 0; // for the item to stand in the bar again
+        bool pressed = false;
+        RevealDone done = {};
+    };
+    QList<HiddenIcon> m_hiddenIcons;
+    QSet<QString> m_hiddenGroup; // what the hiding in force hides
+    std::optional<Reveal> m_reveal;
+    qint64 m_revealGeneration = 0;
+    QString m_revealFailure; // the notice that stays once the group is hidden again
+    std::unique_ptr<Timer> m_revealRetry;
     std::unique_ptr<AppControl> m_control; // first to go: it calls on everything above
 };
 

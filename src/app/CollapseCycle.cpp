@@ -65,11 +65,6 @@ void AppDelegate::expand()
     m_expandedAt = now();
 }
 
-void AppDelegate::revealHiddenApplication([[maybe_unused]] const QString& bundle)
-{
-    expand();
-}
-
 // The icons' positions are read afresh before every collapse; whatever raises the
 // generation while the scan runs makes this collapse end without effect.
 void AppDelegate::collapse()
@@ -115,8 +110,12 @@ void AppDelegate::finishCollapse(qint64 generation)
         return;
     }
     m_preferences.setNotice(QString());
-    if (!m_visibility.pending() && !m_visibility.active())
+    if (!m_visibility.pending() && !m_visibility.active()) {
+        m_hiddenGroup = hidden;
+        m_hiddenIcons = HiddenIcons::of(m_inspector.items(), hidden);
+        m_reveal.reset();
         m_visibility.activate(hidden);
+    }
 }
 
 // The status item's button in accessibility space; nothing when its place cannot be read.
@@ -158,6 +157,7 @@ std::optional<QSet<QString>> AppDelegate::boundaryHiddenSet()
 void AppDelegate::showAll()
 {
     ++m_collapseGeneration;
+    m_reveal.reset();
     m_preferences.setNotice(QString());
     m_visibility.restore();
     m_expandedAt.reset();
@@ -183,6 +183,10 @@ void AppDelegate::shortcutPressed()
     if (hotkey && hotkey->action == u"showAll"_s) {
         showAll();
         m_preferences.setNotice(shortcutShowAllNotice);
+        return;
+    }
+    if (hotkey && hotkey->action == u"showHiddenIcon"_s) {
+        showHiddenIconsMenu();
         return;
     }
     toggleVisibility();
@@ -219,18 +223,12 @@ void AppDelegate::tick()
 void AppDelegate::runCountdown(double current, const QPointF& pointer)
 {
     const SettingsData& record = m_preferences.data();
-    if (!record.autoCollapse || m_visibility.active() || m_visibility.pending() || !m_expandedAt)
+    // A revealed icon hides again once pressed, whether or not auto-collapse is on.
+    const bool revealed = m_reveal && m_reveal->pressed;
+    if ((!record.autoCollapse && !revealed) || m_visibility.active() || m_visibility.pending() ||
+        !m_expandedAt || (m_reveal && !m_reveal->pressed))
         return;
-    // Read through a const list: iterating the returned copy directly would detach it.
-    const QList<ScreenInfo> screens = m_desktop.screens();
-    for (const ScreenInfo& screen : screens) {
-        if (inMenuBarBand(screen.frame, pointer, menuBarBandHeight)) {
-            m_expandedAt = current;
-            return;
-        }
-    }
-    if ((m_settingsWindow && m_settingsWindow->isVisible()) ||
-        m_desktop.isAnyMouseButtonPressed()) {
+    if (countdownHeld(pointer)) {
         m_expandedAt = current;
         return;
     }
@@ -238,6 +236,20 @@ void AppDelegate::runCountdown(double current, const QPointF& pointer)
         m_expandedAt.reset();
         collapse();
     }
+}
+
+// The pointer in a menu-bar band, the settings window open, a mouse button held or another
+// application's menu open (a revealed item's) hold the countdown.
+bool AppDelegate::countdownHeld(const QPointF& pointer) const
+{
+    // Read through a const list: iterating the returned copy directly would detach it.
+    const QList<ScreenInfo> screens = m_desktop.screens();
+    for (const ScreenInfo& screen : screens) {
+        if (inMenuBarBand(screen.frame, pointer, menuBarBandHeight))
+            return true;
+    }
+    return (m_settingsWindow && m_settingsWindow->isVisible()) ||
+           m_desktop.isAnyMouseButtonPressed() || (m_reveal && m_desktop.isOtherMenuOpen());
 }
 
 } // namespace tk

@@ -48,6 +48,8 @@ public:
     virtual std::optional<ScreenInfo> mainScreen() const = 0;
     virtual QPointF pointerPosition() const = 0;
     virtual bool isAnyMouseButtonPressed() const = 0;
+    // Whether a menu of another application is open (one of its menu-bar items' menus).
+    virtual bool isOtherMenuOpen() const = 0;
 
     // A new item in the system menu bar of fixed `length` points, whose place the system
     // remembers under `autosaveName`.
@@ -75,6 +77,9 @@ public:
     virtual QString applicationPath() const = 0;
     // The icon the bundle ships, `pixelSize` pixels square; null when there is none.
     virtual QImage bundleIcon(int pixelSize) const = 0;
+    // The icon of the running application `pid`, `pixelSize` pixels square; null when it
+    // runs no more or has none.
+    virtual QImage applicationIcon(qint32 pid, int pixelSize) const = 0;
     // The version the bundle declares for people ("CFBundleShortVersionString" on macOS);
     // empty when it declares none.
     virtual QString bundleVersion() const = 0;

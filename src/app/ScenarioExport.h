@@ -40,6 +40,11 @@ public:
     QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
+    // A recording never acts: what it writes down must stay what the scan saw.
+    qint32 performAction(const AXElementRef&, const QString&) override
+    {
+        return AXResult::cannotComplete;
+    }
     bool isProcessTrusted() override { return m_inner.isProcessTrusted(); }
     bool promptForTrust() override { return m_inner.isProcessTrusted(); }
 

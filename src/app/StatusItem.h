@@ -2,12 +2,12 @@
 
 #include "core/Rect.h"
 
+#include <QImage>
 #include <QList>
 #include <QString>
 #include <functional>
 #include <optional>
-
-class QImage;
+#include <vector>
 
 namespace tk {
 
@@ -32,13 +32,20 @@ struct StatusItemEvent {
 };
 
 // One entry of a menu opened from the status item. A separator has no title and no action.
+// An entry with a submenu opens it and has no action of its own.
 struct MenuEntry {
     QString title;
     QString keyEquivalent; // with the platform's default modifier (Command); empty: none
     std::function<void()> action;
     bool isSeparator = false;
+    std::vector<MenuEntry> submenu = {};
+    QImage icon = {}; // shown before the title at menu size (its device pixel ratio); null: none
 
     static MenuEntry separator() { return {{}, {}, {}, true}; }
+    static MenuEntry opening(const QString& title, std::vector<MenuEntry> entries)
+    {
+        return {title, {}, {}, false, std::move(entries)};
+    }
 };
 
 // The application's own item in the system menu bar. The system may give it no button;

@@ -8,6 +8,10 @@ namespace tk {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+const QString nothingHiddenNotice = u"No hay iconos ocultos."_s;
+} // namespace
+
 // The picture follows the hiding state only; an outstanding request shows in the tooltip.
 void AppDelegate::updateGlyph(bool collapsed, bool pending, const std::optional<QString>& style)
 {
@@ -38,7 +42,7 @@ void AppDelegate::showMenu()
         };
     };
     const QString first = m_visibility.active() ? u"Mostrar iconos ocultos"_s : u"Ocultar grupo"_s;
-    m_item->popUpMenu({
+    QList<MenuEntry> menu{
         {text(first), QString(), call(&AppDelegate::toggleVisibility)},
         {text(u"Mostrar todo y pausar"_s), QString(), call(&AppDelegate::showAll)},
         {text(u"Configuración…"_s), u","_s, call(&AppDelegate::openConfiguration)},
@@ -48,7 +52,27 @@ void AppDelegate::showMenu()
              if (self)
                  Q_EMIT self->quitRequested(0);
          }},
-    });
+    };
+    // The icons of the hiding in force, after the entries of every menu.
+    if (m_visibility.active() && !m_hiddenIcons.isEmpty())
+        menu.insert(3, MenuEntry::opening(text(hiddenIconsTitle), hiddenIconEntries()));
+    m_item->popUpMenu(menu);
+}
+
+// The hidden icons' entries alone, at the icon. With nothing hidden there is nothing to
+// choose: the whole menu opens instead, whose first entry hides the group, and the notice
+// says why.
+void AppDelegate::showHiddenIconsMenu()
+{
+    if (!m_item || !m_item->hasButton())
+        return;
+    if (!m_visibility.active() || m_hiddenIcons.isEmpty()) {
+        m_preferences.setNotice(nothingHiddenNotice);
+        showMenu();
+        return;
+    }
+    const std::vector<MenuEntry> entries = hiddenIconEntries();
+    m_item->popUpMenu(QList<MenuEntry>(entries.cbegin(), entries.cend()));
 }
 
 } // namespace tk

@@ -57,7 +57,8 @@ std::optional<quint32> GlobalHotKey::modifierMask(const QString& modifiers)
 
 bool GlobalHotKey::isKnownAction(const QString& action)
 {
-    return action == QLatin1String("toggle") || action == QLatin1String("showAll");
+    return action == QLatin1String("toggle") || action == QLatin1String("showAll") ||
+           action == QLatin1String("showHiddenIcon");
 }
 
 QString GlobalHotKey::configure(const std::optional<HotKeySettings>& settings, Action action)

@@ -185,7 +185,7 @@ public:
         if (!readsAs(extras, AXAttribute::Kind::Element) || !extras.element)
             return;
         m_app = &app;
-        m_appName = app.name.value_or(QStringLiteral("App"));
+        m_appName = app.name.value_or(unnamedApplication);
         m_idPrefix = app.bundle.value_or(QString::number(app.pid)) + QLatin1Char(':');
         m_counter = 0;
         visit(extras.element, 0, Path{});

@@ -61,6 +61,8 @@ constexpr double timeLimit = 12.0;        // seconds for the whole scan
 constexpr double messagingTimeout = 0.08; // seconds per accessibility message
 constexpr int deepestLevel = 2;           // the extras menu bar itself is level 0
 constexpr int elementsPerApplication = 60;
+// The application name of the items of an application that has none.
+inline const QString unnamedApplication = QStringLiteral("App");
 
 // Walks the extras menu bar of each application in order, depth-first. Synchronous,
 // never fails, keeps nothing between calls; safe on any thread.

@@ -27,6 +27,7 @@ constexpr qint32 illegalArgument = -25201;
 constexpr qint32 invalidUIElement = -25202; // the element's application has quit
 constexpr qint32 cannotComplete = -25204; // includes "did not answer within the messaging timeout"
 constexpr qint32 attributeUnsupported = -25205;
+constexpr qint32 actionUnsupported = -25206;
 constexpr qint32 apiDisabled = -25211; // this process is not trusted, checked on every request
 constexpr qint32 noValue = -25212;
 } // namespace AXResult
@@ -75,6 +76,9 @@ public:
     // Nothing when the names cannot be read or are not all strings.
     virtual std::optional<QStringList> actionNames(const AXElementRef& element) = 0;
     virtual AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) = 0;
+    // Asks the element to perform one of its actions ("AXPress", "AXShowMenu", ...);
+    // answers the result code. The element's application may act on it after answering.
+    virtual qint32 performAction(const AXElementRef& element, const QString& name) = 0;
 
     // Whether this copy of the application may use the interface.
     virtual bool isProcessTrusted() = 0;

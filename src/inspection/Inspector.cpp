@@ -6,6 +6,7 @@
 #include "core/WorkerThread.h"
 
 #include <QPointer>
+#include <algorithm>
 #include <vector>
 
 namespace tk {
@@ -56,6 +57,11 @@ public:
             return {AXResult::cannotComplete, false};
         return m_accessibility.isAttributeSettable(element, name);
     }
+    qint32 performAction(const AXElementRef& element, const QString& name) override
+    {
+        return m_abandoned.load() ? AXResult::cannotComplete
+                                  : m_accessibility.performAction(element, name);
+    }
     bool isProcessTrusted() override { return m_accessibility.isProcessTrusted(); }
     bool promptForTrust() override { return m_accessibility.promptForTrust(); }
 
@@ -89,6 +95,12 @@ Inspector::Inspector(Accessibility& accessibility, const Workspace& workspace,
         AbandonableAccessibility walkAccessibility(accessibility, *abandoned);
         return AXScanner::scan(apps, ScanEnvironment{walkAccessibility, time, version});
     };
+    m_presser = [&accessibility, &time, version = workspace.operatingSystemVersionString(),
+                 abandoned = m_abandoned](const ScanApp& app, const QString& path) {
+        AbandonableAccessibility walkAccessibility(accessibility, *abandoned);
+        return ItemPress::scanAndPress(app, path,
+                                       ScanEnvironment{walkAccessibility, time, version});
+    };
 }
 
 Inspector::~Inspector()
@@ -96,6 +108,7 @@ Inspector::~Inspector()
     m_abandoned->store(true);
     if (m_task)
         m_task->walk->join();
+
 }
 
 void Inspector::setReport(const QString& report)
@@ -121,6 +134,33 @@ void Inspector::scan(std::function<void()> done)
     if (!m_task)
         startTask(applicationsToScan());
     m_task->waiters.push_back(std::move(done));
+}
+
+void Inspector::pressItem(qint32 pid, const QString& path, std::function<void(PressOutcome)> done)
+{
+    const QList<RunningApplication> applications = m_workspace.runningApplications();
+    const auto running =
+        std::find_if(applications.cbegin(), applications.cend(),
+                     [pid](const RunningApplication& app) { return app.pid == pid; });
+    if (!isAuthorized() || running == applications.cend() || !m_presser) {
+        done({!isAuthorized()                    ? PressOutcome::Kind::NoPermission
+              : running == applications.cend() ? PressOutcome::Kind::Quit
+                                                 : PressOutcome::Kind::NotOnScreen});
+        return;
+    }
+    const ScanApp app{running->pid, running->bundleIdentifier, running->localizedName};
+    auto* walk = new WorkerThread<PressOutcome>(
+        [presser = m_presser, app, path] { return presser(app, path); }, this);
+    // A press is a scan of one application: it shows as scanning, as any walk does.
+    connect(walk, &WorkerThreadBase::finished, this, [this, walk, done = std::move(done)] {
+        walk->deleteLater();
+        --m_pressing;
+        setIsScanning(m_task != nullptr || m_pressing > 0);
+        done(walk->takeResult());
+    });
+    ++m_pressing;
+    walk->start(QThread::HighPriority);
+    setIsScanning(true);
 }
 
 QList<ScanApp> Inspector::applicationsToScan() const
@@ -163,12 +203,12 @@ void Inspector::finish(const ScanResult& result)
         return;
     const std::vector<std::function<void()>> waiters = std::move(m_task->waiters);
     m_task.reset();
-    setIsScanning(false);
+    setIsScanning(m_pressing > 0);
     for (std::size_t i = 0; i < waiters.size() && self; ++i) {
         if (i > 0 && !publish(result, self))
             return;
         if (i > 0 && !m_task) // an earlier caller may already have started the next walk
-            setIsScanning(false);
+            setIsScanning(m_pressing > 0);
         if (self && waiters[i])
             waiters[i]();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspection/AXScanner.h"
+#include "inspection/ItemPress.h"
 
 #include <QList>
 #include <QObject>
@@ -28,6 +29,8 @@ class Inspector : public QObject {
 public:
     // Called on the walk's own thread with a copy of the application list.
     using Scanner = std::function<ScanResult(const QList<ScanApp>&)>;
+    // Called on a thread of its own: scans one application and presses one of its items.
+    using Presser = std::function<PressOutcome(const ScanApp& app, const QString& path)>;
     // Called on the main thread.
     using AuthorizationCheck = std::function<bool()>;
 
@@ -62,6 +65,13 @@ public:
     // of one walk are served in the order they asked.
     void scan(std::function<void()> done = {});
 
+    // Scans the running application `pid` alone and presses its item at `path` (see
+    // `ItemPress`) on a thread of its own; `done` is called on the main thread, never after
+    // the inspector is gone. Leaves the published items and report as they were. Without
+    // permission, or without a presser, it ends at once.
+    void pressItem(qint32 pid, const QString& path, std::function<void(PressOutcome)> done);
+    void setPresser(Presser presser) { m_presser = std::move(presser); }
+
 Q_SIGNALS:
     void itemsChanged(const QList<ExternalItem>& items);
     void reportChanged(const QString& report);
@@ -80,6 +90,8 @@ private:
     // Set once, when the inspector goes; the default scanner's walks read it.
     std::shared_ptr<std::atomic<bool>> m_abandoned = std::make_shared<std::atomic<bool>>(false);
     Scanner m_scanner;
+    Presser m_presser;
+    int m_pressing = 0; // presses under way
     AuthorizationCheck m_authorizationCheck;
     const Workspace& m_workspace;
     std::unique_ptr<Task> m_task;

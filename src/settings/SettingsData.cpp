@@ -91,7 +91,7 @@ bool hotkeyIsKnown(const std::optional<HotKeySettings>& hotkey)
     return isOneOf(hotkey->key, {u"M", u"B", u"Space"}) &&
            isOneOf(hotkey->modifiers,
                    {u"controlOptionCommand", u"controlOption", u"controlShift"}) &&
-           isOneOf(hotkey->action, {u"toggle", u"showAll"});
+           isOneOf(hotkey->action, {u"toggle", u"showAll", u"showHiddenIcon"});
 }
 
 bool listsAreAllowed(const SettingsData& record)

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/SettingsWindow.h"
 #include "l10n/L10n.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
@@ -11,6 +12,7 @@
 #include "simulator/SessionScript.h"
 
 #include <QSet>
+#include <algorithm>
 #include <array>
 
 namespace tk {
@@ -112,6 +114,26 @@ Failure checkSettings(const SessionContext& context, const ScriptStep& step)
                     open ? u"open "_s + section : u"closed"_s);
 }
 
+// The latest press an application acted on: its bundle, and its item's title when the script
+// names one; "none" before any.
+Failure checkPressed(const SessionContext& context, const ScriptStep& step)
+{
+    const QList<SimPress> presses = context.platform.desktop().presses();
+    const auto acted = std::find_if(presses.crbegin(), presses.crend(),
+                                    [](const SimPress& press) { return press.acted; });
+    const bool titled = step.arguments.size() == 2;
+    QString got = u"none"_s;
+    if (acted != presses.crend())
+        got = titled ? acted->applicationId() + u' ' + acted->title : acted->applicationId();
+    return compared(step, step.arguments.join(u' '), got);
+}
+
+Failure checkMenuOpen(const SessionContext& context, const ScriptStep& step)
+{
+    const std::optional<SimPress> open = context.platform.desktop().openItemMenu();
+    return compared(step, step.arguments.value(0), open ? open->applicationId() : u"none"_s);
+}
+
 // What Tuckaway's "Abrir al iniciar sesión" switch shows.
 Failure checkLogin(const SessionContext& context, const ScriptStep& step)
 {
@@ -136,7 +158,8 @@ constexpr std::array expectations{
     Expectation{u"expect state", checkState},          Expectation{u"expect notice", checkNotice},
     Expectation{u"expect message", checkMessage},      Expectation{u"expect tooltip", checkTooltip},
     Expectation{u"expect settings", checkSettings},    Expectation{u"expect login", checkLogin},
-    Expectation{u"expect login-item", checkLoginItem},
+    Expectation{u"expect login-item", checkLoginItem}, Expectation{u"expect pressed", checkPressed},
+    Expectation{u"expect menu-open", checkMenuOpen},
 };
 
 } // namespace

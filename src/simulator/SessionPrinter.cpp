@@ -1,6 +1,7 @@
 #include "SessionPrinter.h"
 
 #include "app/AppDelegate.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
@@ -34,6 +35,9 @@ void SessionPrinter::watch()
             print(text(u"Buscando iconos…"_s));
     });
     connect(&app, &AppDelegate::boundaryDecided, this, &SessionPrinter::printDecisions);
+    // A press opens its item's menu on the thread of the scan that made it.
+    connect(&m_context.platform.desktop(), &SimDesktop::itemMenuChanged, this,
+            &SessionPrinter::printItemMenu, Qt::QueuedConnection);
     if (SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem())
         connect(item, &SimStatusItem::menuPoppedUp, this, &SessionPrinter::printMenu);
     m_lastMessage = visibility.message();
@@ -102,6 +106,18 @@ void SessionPrinter::printMenu()
             titles << entry.title;
     }
     print(text(u"Menú"_s) + u": "_s + titles.join(u" · "_s));
+}
+
+// The menu of another application's item that a press opened, or its closing.
+void SessionPrinter::printItemMenu()
+{
+    const std::optional<SimPress> open = m_context.platform.desktop().openItemMenu();
+    const QString line =
+        open ? text(u"Menú del icono abierto: %1"_s)
+                   .arg((open->applicationId() + u' ' + open->title).trimmed())
+             : text(u"Menú del icono cerrado."_s);
+    if (line != std::exchange(m_lastItemMenu, line))
+        print(line);
 }
 
 void SessionPrinter::print(const QString& line)

@@ -9,8 +9,8 @@ struct SessionContext;
 
 // The lines of a scripted session: each with its virtual time, in the interface language.
 // Once watching, it prints every change of state, status line, notice, shortcut status,
-// scan, collapse decision, open menu and hidden set as it happens, each only when it differs
-// from what was printed last.
+// scan, collapse decision, open menu, item menu and hidden set as it happens, each only when
+// it differs from what was printed last.
 class SessionPrinter final : public QObject {
     Q_OBJECT
 
@@ -26,6 +26,7 @@ public:
 private:
     void printState();
     void printMenu();
+    void printItemMenu();
     void printDecisions();
     void watchStatusLines();
 
@@ -35,6 +36,7 @@ private:
     QString m_lastNotice;
     QString m_lastHotkey;
     QString m_lastHidden;
+    QString m_lastItemMenu = QStringLiteral("-");
 };
 
 } // namespace tk

@@ -17,6 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr double maximumCoordinate = 1.0e6;
+constexpr int maximumMenuDepth = 4; // a menu, its submenus and theirs
 
 struct Token {
     QString text;
@@ -162,7 +163,8 @@ QString checkSet(const QStringList& a)
     if (field == u"delay")
         return oneOf(value, {u"5"_s, u"10"_s, u"30"_s, u"60"_s}, u"delay"_s);
     if (field == u"hotkey")
-        return oneOf(value, {u"off"_s, u"toggle"_s, u"showAll"_s}, u"hotkey"_s);
+        return oneOf(value, {u"off"_s, u"toggle"_s, u"showAll"_s, u"showHiddenIcon"_s},
+                     u"hotkey"_s);
     if (field == u"hiddenBundles")
         return {};
     return oneOf(field,
@@ -187,8 +189,10 @@ QString checkScreens(const QStringList& a)
 QString checkPicture(const QStringList& a)
 {
     static const QRegularExpression name(u"^[A-Za-z0-9][A-Za-z0-9._-]{0,99}\\.png$"_s);
-    if (a.size() != 1 || !name.match(a[0]).hasMatch())
+    if (a.isEmpty() || a.size() > 2 || !name.match(a[0]).hasMatch())
         return u"takes a file name ending in .png (letters, digits, . _ -)"_s;
+    if (a.size() == 2 && a[1] != u"light" && a[1] != u"dark")
+        return u"draws the screens light or dark, not \"%1\""_s.arg(a[1]);
     return {};
 }
 
@@ -198,7 +202,14 @@ const QHash<QString, Check>& commands()
         {u"click"_s, none()},
         {u"right-click"_s, none()},
         {u"option-click"_s, none()},
-        {u"menu"_s, exactly(1)},
+        {u"escape"_s, none()},
+        {u"menu"_s,
+         [](const QStringList& a) {
+             return a.isEmpty() || a.size() > maximumMenuDepth
+                        ? u"takes the titles of 1 to %1 entries, each in the menu the one "
+                          u"before opened"_s.arg(maximumMenuDepth)
+                        : QString();
+         }},
         {u"pointer"_s, checkPointer},
         {u"button"_s, word({u"down"_s, u"up"_s}, u"the button"_s)},
         {u"wait"_s, exactly(1)}, // the number is checked with the running total
@@ -247,6 +258,16 @@ const QHash<QString, Check>& commands()
                  return u"a bundle identifier must be named"_s;
              return oneOf(a[1], BoundaryPolicy::reasonWords() + QStringList{u"none"_s},
                           u"the reason"_s);
+         })},
+        {u"expect pressed"_s,
+         [](const QStringList& a) {
+             if (a.isEmpty() || a.size() > 2)
+                 return u"takes BUNDLE [TITLE]"_s;
+             return a[0].isEmpty() ? u"a bundle identifier must be named"_s : QString();
+         }},
+        {u"expect menu-open"_s,
+         exactly(1, [](const QStringList& a) {
+             return a[0].isEmpty() ? u"takes a bundle identifier or none"_s : QString();
          })},
         {u"expect login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
         {u"expect login-item"_s, word(SessionScript::loginItemStatusWords(), u"the status"_s)},

@@ -44,6 +44,12 @@ StepOutcome SessionSteps::act(const ScriptStep& step)
     const QString& command = step.command;
     const QString first = step.arguments.value(0);
     using Kind = StatusItemEvent::Kind;
+    // A click anywhere or Escape closes an application's item menu that is open.
+    if (command == u"escape" || command.endsWith(u"click") ||
+        (command == u"button" && first == u"down"))
+        m_context.platform.desktop().closeItemMenu();
+    if (command == u"escape")
+        return {};
     if (command == u"click")
         return clickIcon(int(Kind::LeftMouseUp), false);
     if (command == u"right-click")
@@ -51,11 +57,11 @@ StepOutcome SessionSteps::act(const ScriptStep& step)
     if (command == u"option-click")
         return clickIcon(int(Kind::LeftMouseUp), true);
     if (command == u"menu")
-        return chooseFromMenu(first);
+        return chooseFromMenu(step.arguments);
     if (command == u"pointer")
         return pointer(step.arguments);
     if (command == u"picture")
-        return savePicture(first);
+        return savePicture(first, step.arguments.value(1) == u"dark");
     if (command == u"button")
         m_context.platform.simulatedDesktopServices().setMouseButtonPressed(first == u"down");
     else if (command == u"shortcut")
@@ -174,20 +180,29 @@ StepOutcome SessionSteps::clickIcon(int kind, bool option)
     return {};
 }
 
-StepOutcome SessionSteps::chooseFromMenu(const QString& spanishTitle)
+// Each title names an entry of the menu the one before it opened, the first of the open
+// menu: a path through submenus.
+StepOutcome SessionSteps::chooseFromMenu(const QStringList& spanishTitles)
 {
     SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem();
     if (!item || !item->openMenu())
         return {2, u"no menu is open"_s};
-    const QList<MenuEntry> entries = *item->openMenu();
-    const QString wanted = L10n::text(spanishTitle, m_context.app.preferences().language());
-    for (int i = 0; i < entries.size(); ++i) {
-        if (!entries.at(i).isSeparator && entries.at(i).title == wanted) {
-            item->chooseMenuEntry(i);
-            return {};
-        }
+    std::vector<MenuEntry> level(item->openMenu()->cbegin(), item->openMenu()->cend());
+    QList<int> path;
+    for (const QString& spanishTitle : spanishTitles) {
+        const QString wanted = L10n::text(spanishTitle, m_context.app.preferences().language());
+        const auto found = std::find_if(level.cbegin(), level.cend(), [&](const MenuEntry& e) {
+            return !e.isSeparator && e.title == wanted;
+        });
+        if (found == level.cend())
+            return {2, u"the open menu has no entry \"%1\""_s.arg(spanishTitles.join(u" › "_s))};
+        path.append(int(found - level.cbegin()));
+        std::vector<MenuEntry> below = found->submenu; // `found` lives in `level`
+        level = std::move(below);
     }
-    return {2, u"the open menu has no entry \"%1\""_s.arg(spanishTitle)};
+    if (!item->chooseMenuPath(path))
+        return {2, u"the open menu has no entry \"%1\""_s.arg(spanishTitles.join(u" › "_s))};
+    return {};
 }
 
 StepOutcome SessionSteps::pointer(const QStringList& arguments)
@@ -288,15 +303,23 @@ void SessionSteps::set(const QString& field, const QString& value)
     m_context.app.preferences().setData(record);
 }
 
-StepOutcome SessionSteps::savePicture(const QString& name)
+// Tuckaway's menu, when open, is drawn under its icon with its first submenu open, as when
+// the pointer rests on that entry.
+StepOutcome SessionSteps::savePicture(const QString& name, bool dark)
 {
     if (m_context.pictureDirectory.isEmpty())
         m_context.pictureDirectory = defaultPictureDirectory();
     SimMenuBarScene::Look look;
     look.language = m_context.app.preferences().language();
-    if (const SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem())
+    look.dark = dark;
+    QList<MenuEntry> menu;
+    if (const SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem()) {
         look.glyph = item->image();
-    const QImage picture = SimMenuBarScene(m_context.platform.desktop(), 1.0).render(look);
+        menu = item->openMenu().value_or(QList<MenuEntry>());
+        look.ownHighlighted = !menu.isEmpty();
+    }
+    const QImage picture =
+        SimMenuBarScene(m_context.platform.desktop(), 1.0, std::move(menu)).render(look);
     const QString path = QDir(m_context.pictureDirectory).absoluteFilePath(name);
     QImageWriter writer(path, "png");
     if (!QDir().mkpath(m_context.pictureDirectory) || !writer.write(picture))

@@ -34,7 +34,7 @@ private:
     StepOutcome actOnDesktop(const ScriptStep& step);
     void actOnSettings(const ScriptStep& step);
     StepOutcome clickIcon(int kind, bool option);
-    StepOutcome chooseFromMenu(const QString& spanishTitle);
+    StepOutcome chooseFromMenu(const QStringList& spanishTitles);
     StepOutcome changeScreens(const QStringList& arguments);
     StepOutcome switchLoginItem(bool on);
     StepOutcome pointer(const QStringList& arguments);
@@ -44,7 +44,7 @@ private:
     void pressShortcut();
     void secondLaunch();
     void set(const QString& field, const QString& value);
-    StepOutcome savePicture(const QString& name);
+    StepOutcome savePicture(const QString& name, bool dark);
 
     SessionContext& m_context;
     SessionPrinter& m_printer;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/StatusItem.h"
 #include "core/Rect.h"
 
 #include <QImage>
@@ -19,7 +20,10 @@ class SimDesktop;
 // The simulated screens' menu bars as a picture: one strip per screen, stacked, each its bar
 // and the top of its desktop, all at one scale. Only the primary screen's bar holds items;
 // items the layout pushes past its left edge stand in an "off screen" zone left of it, so
-// that none is ever out of reach. Positions are in the picture's pixels.
+// that none is ever out of reach. Positions are in the picture's pixels. Open menus are drawn
+// below the bar, the primary screen's desk deepening to hold them: an application's item menu
+// that a press opened, under its item, and Tuckaway's own menu when one is given, under its
+// icon, with its first submenu open as when the pointer rests on that entry.
 class SimMenuBarScene {
 public:
     static constexpr double deskDepth = 40.0; // points of desktop below each bar
@@ -52,9 +56,20 @@ public:
         QImage glyph; // the status item's image as the application set it; null: none yet
         bool ownHighlighted = false;
         std::optional<QPointF> dragAt; // Tuckaway's icon follows the pointer there
+        bool dark = false;             // the system's dark appearance
     };
 
-    SimMenuBarScene(const SimDesktop& desktop, double scale);
+    // One line of a drawn menu.
+    struct MenuRow {
+        QString text = {};
+        QImage icon = {};
+        bool separator = false;
+        bool heading = false; // the application's name, in bold, at the top
+        bool opens = false;   // a submenu
+        bool highlighted = false;
+    };
+
+    SimMenuBarScene(const SimDesktop& desktop, double scale, QList<MenuEntry> ownMenu = {});
 
     double scale() const { return m_scale; }
     QSizeF size() const { return m_size; }
@@ -84,14 +99,29 @@ private:
     void paintStrip(QPainter& painter, const Strip& strip, const Look& look) const;
     void paintAppMenus(QPainter& painter, const Strip& strip, const Look& look) const;
     void paintItem(QPainter& painter, const Item& item, const Look& look) const;
-    void paintGlyph(QPainter& painter, const QRectF& rect, const QImage& glyph) const;
+    void paintGlyph(QPainter& painter, const QRectF& rect, const Look& look) const;
     void paintOverflow(QPainter& painter, const Look& look) const;
+    void layOutItemMenu(const SimDesktop& desktop);
+    double menusDepth() const;
+    void paintMenus(QPainter& painter, const Look& look) const;
+    QRectF paintMenu(QPainter& painter, QPointF topLeft, const QList<MenuRow>& rows,
+                     const Look& look) const;
+    QList<MenuRow> itemMenuRows(const QString& language) const;
+
+    struct ItemMenu {
+        qint32 pid = 0;
+        int index = 0;
+        QString application = {};
+        QStringList entries = {}; // the item's children, when it has any
+    };
 
     double m_scale;
     QSizeF m_size;
     QList<Strip> m_strips;
     QList<Item> m_items;
     QRectF m_overflow;
+    std::optional<ItemMenu> m_itemMenu;
+    QList<MenuEntry> m_ownMenu;
 };
 
 } // namespace tk

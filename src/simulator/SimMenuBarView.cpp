@@ -4,6 +4,7 @@
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "platform/sim/SimStatusItem.h"
+#include "ui/ViewStyle.h"
 
 #include <QApplication>
 #include <QHelpEvent>
@@ -25,6 +26,9 @@ SimMenuBarView::SimMenuBarView(SimDesktop& desktop, SimDesktopServices& services
             fitWidth(*m_fitPixels);
     });
     connect(&m_desktop, &SimDesktop::menuBarChanged, this, &SimMenuBarView::rebuild);
+    // A press opens an item's menu on the thread of the scan that made it.
+    connect(&m_desktop, &SimDesktop::itemMenuChanged, this, &SimMenuBarView::rebuild,
+            Qt::QueuedConnection);
     rebuild();
 }
 
@@ -97,6 +101,7 @@ void SimMenuBarView::paintEvent(QPaintEvent*)
         look.glyph = item->image();
     look.ownHighlighted = m_menuOpen || (m_press && m_press->onIcon && !m_press->commandDrag);
     look.dragAt = m_dragAt;
+    look.dark = ViewStyle::isDark(palette());
     m_scene.paint(painter, look);
 }
 
@@ -131,6 +136,7 @@ void SimMenuBarView::mousePressEvent(QMouseEvent* event)
     const QPointF pos = event->position();
     movePointer(pos);
     m_services.setMouseButtonPressed(true);
+    m_desktop.closeItemMenu(); // a click anywhere closes an application's item menu
     if (m_press)
         return; // a second button during a press changes nothing but the held buttons
     Press press;

@@ -1,6 +1,7 @@
 #include "SimulatorWindow.h"
 
 #include "app/AppDelegate.h"
+#include "platform/sim/SimDesktop.h"
 #include "platform/sim/SimDesktopServices.h"
 #include "simulator/SimMenuBarView.h"
 #include "platform/sim/SimPlatform.h"
@@ -11,8 +12,11 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QMenu>
+#include <QIcon>
+#include <QPixmap>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -65,6 +69,10 @@ SimulatorWindow::SimulatorWindow(SimPlatform& platform, AppDelegate& app, QWidge
     if (SimStatusItem* item = platform.simulatedDesktopServices().statusItem())
         connect(item, &SimStatusItem::menuPoppedUp, this, &SimulatorWindow::showStatusItemMenu);
     connect(&app.preferences(), &Preferences::languageChanged, this, &SimulatorWindow::retranslate);
+    // Escape closes an application's item menu, as on a Mac.
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(escape, &QShortcut::activated, this,
+            [&platform] { platform.desktop().closeItemMenu(); });
     retranslate();
     sceneChanged();
     resize(1560, 560);
@@ -92,6 +100,33 @@ void SimulatorWindow::sceneChanged()
         m_scroll->horizontalScrollBar()->setValue(int(scene.overflowArea().right()));
 }
 
+// Each entry chosen is chosen on the item by its path through the submenus.
+void SimulatorWindow::addMenuEntries(QMenu& menu, const std::vector<MenuEntry>& entries,
+                                     const QList<int>& path)
+{
+    QPointer<SimStatusItem> target(m_platform.simulatedDesktopServices().statusItem());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const MenuEntry& entry = entries.at(i);
+        const QList<int> entryPath = path + QList<int>{int(i)};
+        if (entry.isSeparator) {
+            menu.addSeparator();
+        } else if (!entry.submenu.empty()) {
+            addMenuEntries(*menu.addMenu(entry.title), entry.submenu, entryPath);
+        } else {
+            QString title = entry.title;
+            if (!entry.keyEquivalent.isEmpty())
+                title += u"\t⌘"_s + entry.keyEquivalent.toUpper();
+            QAction* action = menu.addAction(title);
+            if (!entry.icon.isNull())
+                action->setIcon(QIcon(QPixmap::fromImage(entry.icon)));
+            connect(action, &QAction::triggered, this, [target, entryPath] {
+                if (target)
+                    target->chooseMenuPath(entryPath);
+            });
+        }
+    }
+}
+
 void SimulatorWindow::showStatusItemMenu()
 {
     SimStatusItem* item = m_platform.simulatedDesktopServices().statusItem();
@@ -101,21 +136,7 @@ void SimulatorWindow::showStatusItemMenu()
         m_menu->hide();
     auto* menu = new QMenu(this);
     const QList<MenuEntry> entries = *item->openMenu();
-    QPointer<SimStatusItem> target(item);
-    for (int i = 0; i < entries.size(); ++i) {
-        const MenuEntry& entry = entries.at(i);
-        if (entry.isSeparator) {
-            menu->addSeparator();
-            continue;
-        }
-        QString title = entry.title;
-        if (!entry.keyEquivalent.isEmpty())
-            title += u"\t⌘"_s + entry.keyEquivalent.toUpper();
-        connect(menu->addAction(title), &QAction::triggered, this, [target, i] {
-            if (target)
-                target->chooseMenuEntry(i);
-        });
-    }
+    addMenuEntries(*menu, std::vector<MenuEntry>(entries.cbegin(), entries.cend()), {});
     // A choice is made after the menu hides; only a menu closed without one is dismissed.
     const int shown = item->menuCount();
     connect(menu, &QMenu::aboutToHide, this, [this, shown, menu] {

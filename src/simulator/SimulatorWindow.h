@@ -3,12 +3,14 @@
 #include <QMenu>
 #include <QPointer>
 #include <QWidget>
+#include <vector>
 
 class QScrollArea;
 
 namespace tk {
 
 class AppDelegate;
+struct MenuEntry;
 
 class SimMenuBarView;
 class SimPlatform;
@@ -40,6 +42,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void addMenuEntries(QMenu& menu, const std::vector<MenuEntry>& entries,
+                        const QList<int>& path);
     void showStatusItemMenu();
     void menuClosed(int menuCount, QMenu* menu);
     void sceneChanged();

@@ -249,7 +249,8 @@ void GeneralSection::renderShortcut()
                                                    {m_context.text(u"Espacio"_s), u"Space"_s}});
     m_action->setOptions(m_context.text(u"Acción del atajo"_s),
                          {{m_context.text(u"Alternar ocultos / visibles"_s), u"toggle"_s},
-                          {m_context.text(u"Mostrar todo y pausar"_s), u"showAll"_s}});
+                          {m_context.text(u"Mostrar todo y pausar"_s), u"showAll"_s},
+                          {m_context.text(u"Mostrar icono oculto…"_s), u"showHiddenIcon"_s}});
     m_modifiers->setCurrentValue(shown.modifiers);
     m_key->setCurrentValue(shown.key);
     m_action->setCurrentValue(shown.action);

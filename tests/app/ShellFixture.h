@@ -81,6 +81,7 @@ public:
     std::optional<ScreenInfo> mainScreen() const override { return m_desktop.mainScreen(); }
     QPointF pointerPosition() const override { return m_desktop.pointerPosition(); }
     bool isAnyMouseButtonPressed() const override { return m_desktop.isAnyMouseButtonPressed(); }
+    bool isOtherMenuOpen() const override { return m_desktop.isOtherMenuOpen(); }
     std::unique_ptr<StatusItem> createStatusItem(double length, const QString& name) override
     {
         return std::make_unique<InsetButtonItem>(m_desktop.createStatusItem(length, name));
@@ -94,6 +95,10 @@ public:
     void prepareSettingsWindow(QWidget& w) override { m_desktop.prepareSettingsWindow(w); }
     QString applicationPath() const override { return m_desktop.applicationPath(); }
     QImage bundleIcon(int pixelSize) const override { return m_desktop.bundleIcon(pixelSize); }
+    QImage applicationIcon(qint32 pid, int pixelSize) const override
+    {
+        return m_desktop.applicationIcon(pid, pixelSize);
+    }
     QString bundleVersion() const override { return m_desktop.bundleVersion(); }
 
 private:

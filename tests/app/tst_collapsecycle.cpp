@@ -97,7 +97,7 @@ void TestCollapseCycle::oneClickTraced()
     shell.preferences().setLanguage(u"en"_s);
     QCOMPARE(menu(StatusItemEvent::Kind::LeftMouseUp, true),
              (QStringList{u"Show hidden icons|"_s, u"Show all and pause|"_s, u"Settings…|,"_s,
-                          u"|-"_s, u"Quit Tuckaway|q"_s}));
+                          u"Hidden icons|"_s, u"|-"_s, u"Quit Tuckaway|q"_s}));
     QVERIFY(shell.visibility().active());
 }
 

@@ -84,7 +84,13 @@ QByteArray statusPaddedTo(qsizetype length)
     return start + QByteArray(length - start.size() - 1, ' ') + "}\n";
 }
 
-enum class Before { Collapsed, Untrusted, FrameworkError, ManualWithNothing };
+enum class Before {
+    Collapsed,
+    CollapsedThenUntrusted,
+    Untrusted,
+    FrameworkError,
+    ManualWithNothing
+};
 
 } // namespace
 
@@ -247,8 +253,12 @@ void TestControlServer::outcomesAndRefusals_data()
     // What each request does is shown through the program (tst_automation); here, what only
     // a desktop set up for it shows.
     using C = ControlCommand;
+    // Its item pressed, its menu open: what the hidden-icons entry does.
     row("reveal a hidden application without bundle", Before::Collapsed,
         requestLine(C::Reveal, u"pid:1933"_s), u"shown"_s);
+    row("a reveal that fails", Before::CollapsedThenUntrusted,
+        requestLine(C::Reveal, u"com.hollowoak.Clipjar"_s), {},
+        u"No se pudo mostrar el icono: falta Accesibilidad"_s);
     row("collapse without Accessibility", Before::Untrusted, requestLine(C::Collapse), {},
         u"No se aplicó: falta Accesibilidad"_s);
     row("a collapse the framework refuses", Before::FrameworkError, requestLine(C::Toggle), {},
@@ -263,9 +273,9 @@ void TestControlServer::outcomesAndRefusals()
     QFETCH(QByteArray, request);
     QFETCH(QString, state);
     QFETCH(QString, reason);
-    if (before == Before::Collapsed)
+    if (before == Before::Collapsed || before == Before::CollapsedThenUntrusted)
         QVERIFY(m_shell->collapsed());
-    if (before == Before::Untrusted)
+    if (before == Before::Untrusted || before == Before::CollapsedThenUntrusted)
         m_shell->desktop.setTrusted(false);
     if (before == Before::FrameworkError) {
         SimFrameworkBehaviour refusing;
@@ -290,6 +300,8 @@ void TestControlServer::outcomesAndRefusals()
     QVERIFY2(answer->done(), qPrintable(answer->reason));
     QCOMPARE(answer->status.state, state);
     QCOMPARE(this->state(), state);
+    if (before == Before::Collapsed)
+        QCOMPARE(m_shell->desktop.openItemMenu().value_or(SimPress()).pid, 1933);
 }
 
 void TestControlServer::slowClientsAreDropped_data()

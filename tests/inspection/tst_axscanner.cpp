@@ -114,6 +114,10 @@ public:
     {
         return static_cast<const FakeElement&>(*element).positionSettable;
     }
+    qint32 performAction(const AXElementRef&, const QString&) override
+    {
+        return AXResult::actionUnsupported;
+    }
     bool isProcessTrusted() override { return true; }
     bool promptForTrust() override { return true; }
 

@@ -58,6 +58,10 @@ void TestSimScenario::refusesBadContent_data()
         u"screens[0].frame.height: must be greater than 0"_s);
     row("shortcut key", R"({"takenShortcuts": [{"key": "Q", "modifiers": "controlShift"}]})",
         u"takenShortcuts[0].key: must be one of M, B, Space"_s);
+    row("fractional press result", R"({"apps": [{"pid": 1, "items": [{"pressResult": 0.5}]}]})",
+        u"apps[0].items[0].pressResult: must be a whole number from -2147483648 to 2147483647"_s);
+    row("press a day late", R"({"apps": [{"pid": 1, "items": [{"pressDelay": 86400}]}]})",
+        u"apps[0].items[0].pressDelay: must be at most 3600"_s);
     row("screen list kept for the system", R"({"screenSets": {"none": []}})",
         u"screenSets.none: is a name kept for the system's own screen events"_s);
     row("screen list's name", R"({"screenSets": {"Docked 2": []}})",

@@ -137,11 +137,13 @@ void TestAutomation::controlOfTheRunningCopy_data()
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("out");
     QTest::addColumn<QString>("errors");
+    QTest::addColumn<QString>("copyPrints"); // a line the running copy prints meanwhile
     const QString shown = u"{\"hidden\":[],\"message\":\"%1\",\"mode\":\"boundary\","
                           u"\"state\":\"shown\"}\n"_s;
     const auto row = [](const char* name, const QStringList& arguments, int exitCode,
-                        const QString& out, const QString& errors = {}) {
-        QTest::newRow(name) << arguments << exitCode << out << errors;
+                        const QString& out, const QString& errors = {},
+                        const QString& copyPrints = {}) {
+        QTest::newRow(name) << arguments << exitCode << out << errors << copyPrints;
     };
     row("status at first", {u"--status"_s}, 0,
         shown.arg(u"Ocultación experimental desactivada."_s));
@@ -154,10 +156,12 @@ void TestAutomation::controlOfTheRunningCopy_data()
     row("collapse when hidden does nothing", {u"--collapse"_s}, 0, u"hidden\n"_s);
     row("reveal one that stays visible: refused, in the interface language",
         {u"--reveal"_s, u"com.example.delta"_s}, 1, {}, u"No está oculta: com.example.delta\n"_s);
-    row("reveal a hidden one", {u"--reveal"_s, u"com.example.bravo"_s}, 0, u"shown\n"_s);
+    // The hiding lifted, the item pressed: its own menu opens.
+    row("reveal a hidden one", {u"--reveal"_s, u"com.example.bravo"_s}, 0, u"shown\n"_s, {},
+        u"Menú del icono abierto: com.example.bravo B"_s);
     row("toggle", {u"--toggle"_s}, 0, u"hidden\n"_s);
     row("reveal one without bundle by address", {u"tuckaway://reveal?bundle=pid:14"_s}, 0,
-        u"shown\n"_s);
+        u"shown\n"_s, {}, u"Menú del icono abierto: pid:14 A"_s);
     row("collapse by address", {u"tuckaway://collapse"_s}, 0, u"hidden\n"_s);
     row("show all", {u"--show-all"_s}, 0, u"shown\n"_s);
     row("toggle by address, among arguments of the system's",
@@ -175,10 +179,12 @@ void TestAutomation::controlOfTheRunningCopy()
     QFETCH(int, exitCode);
     QFETCH(QString, out);
     QFETCH(QString, errors);
+    QFETCH(QString, copyPrints);
     const ProgramRun run = runIn(m_runtime.path(), arguments);
     QCOMPARE(run.errors, errors);
     QCOMPARE(run.out, out);
     QCOMPARE(run.exitCode, exitCode);
+    QVERIFY(copyPrints.isEmpty() || m_copy->printed(copyPrints));
 }
 
 void TestAutomation::misusedSwitchesSendNothing_data()

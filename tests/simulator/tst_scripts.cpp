@@ -85,6 +85,7 @@ void TestScripts::scriptsThroughTheProgram_data()
     row("the bar remembers where each icon stood", u"remembered.script"_s, 0, {},
         u"remembered.json"_s);
     row("what a scan meets on its way", u"midscan.script"_s, 0);
+    row("one hidden icon reached, refused, gone", u"reveal.script"_s, 0, {}, u"reveal.json"_s);
     shows("screens changing", u"screens.script"_s, u"system.json"_s,
           {u"Pantallas: 800 × 600 @ 0,0 · 1000 × 600 @ -1000,0"_s, u"Pantallas: ninguna"_s,
            u"Aviso: Aún no se puede leer la posición del separador."_s,
@@ -237,6 +238,8 @@ void TestScripts::readerRefuses_data()
     row("too many steps", QByteArray("click\n").repeated(10001), 10001,
         u"the script has more than 10000 steps"_s);
     row("value out of the list", "set delay 7", 1, u"set: delay must be 5|10|30|60, not \"7\""_s);
+    row("appearance of a picture", "picture a.png dusk", 1,
+        u"picture: draws the screens light or dark, not \"dusk\""_s);
     row("drag beyond the coordinates", "drag -99999999", 1,
         u"drag: X must be a number between -1e+06 and 1e+06"_s);
     row("drag by a word", "drag left", 1, u"drag: X must be a number between -1e+06 and 1e+06"_s);

@@ -14,6 +14,7 @@ public:
     QList<AXAttribute> attributes(const AXElementRef& element, const QStringList& names) override;
     std::optional<QStringList> actionNames(const AXElementRef& element) override;
     AXSettable isAttributeSettable(const AXElementRef& element, const QString& name) override;
+    qint32 performAction(const AXElementRef& element, const QString& name) override;
 
     bool isProcessTrusted() override;
     bool promptForTrust() override;

@@ -238,6 +238,14 @@ AXSettable MacAccessibility::isAttributeSettable(const AXElementRef& element, co
     return {error, settable != 0};
 }
 
+qint32 MacAccessibility::performAction(const AXElementRef& element, const QString& name)
+{
+    const AXUIElementRef ref = refOf(element);
+    if (!ref)
+        return kAXErrorIllegalArgument;
+    return AXUIElementPerformAction(ref, CFName(name));
+}
+
 bool MacAccessibility::isProcessTrusted()
 {
     return AXIsProcessTrusted();

@@ -46,6 +46,10 @@ size_t representationFor(CGImageSourceRef source, int pixelSize)
     return chosen;
 }
 
+} // namespace
+
+namespace MacAppIcon {
+
 QImage rendered(CGImageRef image, int pixelSize)
 {
     QImage result(pixelSize, pixelSize, QImage::Format_ARGB32_Premultiplied);
@@ -64,10 +68,6 @@ QImage rendered(CGImageRef image, int pixelSize)
     CGContextFlush(context.get());
     return result;
 }
-
-} // namespace
-
-namespace MacAppIcon {
 
 QImage bundleIcon(int pixelSize)
 {

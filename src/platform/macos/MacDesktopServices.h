@@ -18,6 +18,7 @@ public:
     std::optional<ScreenInfo> mainScreen() const override;
     QPointF pointerPosition() const override;
     bool isAnyMouseButtonPressed() const override;
+    bool isOtherMenuOpen() const override;
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
     void bringToFront(QWidget& window) override;
@@ -26,6 +27,7 @@ public:
     void prepareSettingsWindow(QWidget& window) override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    QImage applicationIcon(qint32 pid, int pixelSize) const override;
     QString bundleVersion() const override;
 
 private:

@@ -7,6 +7,7 @@
 #import <AppKit/AppKit.h>
 #import <CoreServices/CoreServices.h>
 #include <objc/runtime.h>
+#include <unistd.h>
 #include <QWidget>
 #include <functional>
 
@@ -224,6 +225,32 @@ bool MacDesktopServices::isAnyMouseButtonPressed() const
     return NSEvent.pressedMouseButtons != 0;
 }
 
+// A menu shows as a window at the pop-up menu level; one another process owns is open.
+bool MacDesktopServices::isOtherMenuOpen() const
+{
+    const CFArrayRef windows =
+        CGWindowListCopyWindowInfo(kCGWindowListOptionOnScreenOnly, kCGNullWindowID);
+    if (windows == nullptr)
+        return false;
+    const int ownPid = int(getpid());
+    const int menuLevel = int(CGWindowLevelForKey(kCGPopUpMenuWindowLevelKey));
+    bool open = false;
+    for (CFIndex index = 0; index < CFArrayGetCount(windows) && !open; ++index) {
+        const auto info = static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(windows, index));
+        const auto layer = static_cast<CFNumberRef>(CFDictionaryGetValue(info, kCGWindowLayer));
+        const auto owner =
+            static_cast<CFNumberRef>(CFDictionaryGetValue(info, kCGWindowOwnerPID));
+        int layerValue = 0;
+        int ownerValue = 0;
+        if (layer != nullptr && owner != nullptr &&
+            CFNumberGetValue(layer, kCFNumberIntType, &layerValue) &&
+            CFNumberGetValue(owner, kCFNumberIntType, &ownerValue))
+            open = layerValue == menuLevel && ownerValue != ownPid;
+    }
+    CFRelease(windows);
+    return open;
+}
+
 std::unique_ptr<StatusItem> MacDesktopServices::createStatusItem(double length,
                                                                  const QString& autosaveName)
 {
@@ -262,6 +289,23 @@ QString MacDesktopServices::applicationPath() const
 QImage MacDesktopServices::bundleIcon(int pixelSize) const
 {
     return MacAppIcon::bundleIcon(pixelSize);
+}
+
+// The icon the system shows for the running application, drawn at the size asked for.
+QImage MacDesktopServices::applicationIcon(qint32 pid, int pixelSize) const
+{
+    if (pixelSize < 1)
+        return {};
+    @autoreleasepool {
+        NSRunningApplication* application =
+            [NSRunningApplication runningApplicationWithProcessIdentifier:pid_t(pid)];
+        NSImage* icon = application.icon;
+        if (icon == nil)
+            return {};
+        NSRect rect = NSMakeRect(0, 0, pixelSize, pixelSize);
+        const CGImageRef image = [icon CGImageForProposedRect:&rect context:nil hints:nil];
+        return image != nullptr ? MacAppIcon::rendered(image, pixelSize) : QImage();
+    }
 }
 
 QString MacDesktopServices::bundleVersion() const

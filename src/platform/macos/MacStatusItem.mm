@@ -80,6 +80,49 @@ namespace tk {
 
 namespace {
 
+// `icon` at the size in points its device pixel ratio gives it.
+NSImage* imageOf(const QImage& icon)
+{
+    CGImageRef cgImage = icon.toCGImage();
+    if (cgImage == nullptr)
+        return nil;
+    const qreal ratio = icon.devicePixelRatio() > 0 ? icon.devicePixelRatio() : 1;
+    NSImage* image =
+        [[NSImage alloc] initWithCGImage:cgImage
+                                    size:NSMakeSize(icon.width() / ratio, icon.height() / ratio)];
+    CGImageRelease(cgImage);
+    return image;
+}
+
+// Adds `entries` to `menu`, submenus included; a chosen entry runs the action `target`
+// keeps under the entry's tag.
+template <typename Entries>
+void addEntries(NSMenu* menu, const Entries& entries, TKMenuTarget* target)
+{
+    for (const MenuEntry& entry : entries) {
+        if (entry.isSeparator) {
+            [menu addItem:[NSMenuItem separatorItem]];
+            continue;
+        }
+        NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:entry.title.toNSString()
+                                                      action:@selector(entryChosen:)
+                                               keyEquivalent:entry.keyEquivalent.toNSString()];
+        if (!entry.icon.isNull())
+            item.image = imageOf(entry.icon);
+        if (!entry.submenu.empty()) {
+            NSMenu* submenu = [[NSMenu alloc] initWithTitle:entry.title.toNSString()];
+            addEntries(submenu, entry.submenu, target);
+            item.action = nil;
+            item.submenu = submenu;
+        } else {
+            item.target = target;
+            item.tag = NSInteger(target->actions.size());
+            target->actions.append(entry.action);
+        }
+        [menu addItem:item];
+    }
+}
+
 Rect rectOf(NSRect rect)
 {
     return Rect{rect.origin.x, rect.origin.y, rect.size.width, rect.size.height};
@@ -87,14 +130,9 @@ Rect rectOf(NSRect rect)
 
 NSImage* nativeImage(const GlyphImage& glyph)
 {
-    CGImageRef cgImage = glyph.image.toCGImage();
-    if (cgImage == nullptr)
+    NSImage* image = imageOf(glyph.image);
+    if (image == nil)
         return nil;
-    const qreal ratio = glyph.image.devicePixelRatio() > 0 ? glyph.image.devicePixelRatio() : 1;
-    NSImage* image = [[NSImage alloc]
-        initWithCGImage:cgImage
-                   size:NSMakeSize(glyph.image.width() / ratio, glyph.image.height() / ratio)];
-    CGImageRelease(cgImage);
     [image setTemplate:glyph.isTemplate];
     image.accessibilityDescription = glyph.accessibilityDescription.toNSString();
     return image;
@@ -183,20 +221,7 @@ void MacStatusItem::popUpMenu(const QList<MenuEntry>& entries)
         return;
     NSMenu* menu = [[NSMenu alloc] initWithTitle:@""];
     TKMenuTarget* target = [[TKMenuTarget alloc] init];
-    for (qsizetype index = 0; index < entries.size(); ++index) {
-        const MenuEntry& entry = entries.at(index);
-        target->actions.append(entry.action);
-        if (entry.isSeparator) {
-            [menu addItem:[NSMenuItem separatorItem]];
-            continue;
-        }
-        NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:entry.title.toNSString()
-                                                      action:@selector(entryChosen:)
-                                               keyEquivalent:entry.keyEquivalent.toNSString()];
-        item.target = target;
-        item.tag = index;
-        [menu addItem:item];
-    }
+    addEntries(menu, entries, target);
     target->item = d->item;
     menu.delegate = target;
     d->menuTarget = target;

@@ -217,6 +217,17 @@ AXAttribute itemAttribute(const Request& request, const QString& name)
     return failed(AXResult::attributeUnsupported);
 }
 
+// Lets `seconds` pass on `time`, as a request that takes so long does.
+void spend(TimeSource& time, double seconds)
+{
+    if (seconds <= 0.0)
+        return;
+    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
+        virtualTime->elapse(seconds);
+    else
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
 // What the element of a request that reached it answers for one attribute.
 AXAttribute answer(const Request& request, const QString& name)
 {
@@ -422,6 +433,37 @@ AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, co
     if (request.item->settableError != AXResult::success)
         return {request.item->settableError, false};
     return {AXResult::success, name == "AXPosition"_L1 && request.item->positionSettable};
+}
+
+// An action the item does not list is not performed (an item whose names cannot be read
+// performs any); a refused one does nothing; a late one costs the timeout and fails, though
+// the application performs it when it gets to it.
+qint32 SimAccessibility::performAction(const AXElementRef& element, const QString& name)
+{
+    waitWhileHeld(element);
+    const Request request = send(*this, m_desktop, m_time, element);
+    if (request.error != AXResult::success)
+        return request.error;
+    const SimElement* item = request.item;
+    if (!item || (item->actions && !item->actions->contains(name)))
+        return AXResult::actionUnsupported;
+    SimPress press;
+    press.pid = request.element->pid;
+    press.bundle = request.application->application->bundleIdentifier.value_or(QString());
+    press.item = int(request.element->path.first());
+    const bool titled = item->title.kind == SimText::Kind::String && !item->title.string.isEmpty();
+    press.title = titled ? item->title.string : item->description.string;
+    press.action = name;
+    press.result = item->pressResult;
+    if (press.result == AXResult::success) {
+        const double timeout = request.element->timeout;
+        spend(m_time, std::min(item->pressDelay, timeout));
+        press.acted = true;
+        if (item->pressDelay > timeout)
+            press.result = AXResult::cannotComplete;
+    }
+    m_desktop.notePress(press);
+    return press.result;
 }
 
 bool SimAccessibility::isProcessTrusted()

@@ -181,6 +181,7 @@ bool SimDesktop::quitApplication(qint32 pid)
     m_processes.remove(pid);
     m_quit.removeIf([&](const auto& earlier) { return sameApplication(*earlier, *quit); });
     m_quit.append(quit);
+    closeMenuOf(pid);
     republish();
     emit applicationTerminated(pid);
     emit menuBarChanged();
@@ -439,6 +440,52 @@ void SimDesktop::republish()
         world->applications.insert(app->pid, std::move(state));
     }
     std::atomic_store(&m_state, std::shared_ptr<const SimWorldState>(std::move(world)));
+}
+
+} // namespace tk
+
+namespace tk {
+
+void SimDesktop::notePress(const SimPress& press)
+{
+    const bool opens = press.acted && (press.action == "AXPress"_L1 || press.action == "AXShowMenu"_L1);
+    {
+        const QMutexLocker lock(&m_pressMutex);
+        m_presses.append(press);
+        if (opens)
+            m_openItemMenu = press;
+    }
+    if (opens)
+        emit itemMenuChanged();
+}
+
+QList<SimPress> SimDesktop::presses() const
+{
+    const QMutexLocker lock(&m_pressMutex);
+    return m_presses;
+}
+
+std::optional<SimPress> SimDesktop::openItemMenu() const
+{
+    const QMutexLocker lock(&m_pressMutex);
+    return m_openItemMenu;
+}
+
+void SimDesktop::closeItemMenu()
+{
+    closeMenuOf(0);
+}
+
+// Closes the open item menu when it is `pid`'s (any application's for 0).
+void SimDesktop::closeMenuOf(qint32 pid)
+{
+    {
+        const QMutexLocker lock(&m_pressMutex);
+        if (!m_openItemMenu || (pid != 0 && m_openItemMenu->pid != pid))
+            return;
+        m_openItemMenu.reset();
+    }
+    emit itemMenuChanged();
 }
 
 } // namespace tk

@@ -4,6 +4,7 @@
 #include "platform/sim/SimScenario.h"
 
 #include <QHash>
+#include <QMutex>
 #include <QObject>
 #include <QSet>
 #include <atomic>
@@ -42,6 +43,23 @@ struct SimApplicationState {
     // Where the layout put each item of its extras menu bar (accessibility space);
     // nothing while hidden.
     QList<std::optional<Rect>> barFrames;
+};
+
+// One action an application's item was asked to perform, as the application took it.
+struct SimPress {
+    qint32 pid = 0;
+    QString bundle;
+    int item = 0;        // the index of the item of the bar the element belongs to
+    QString title;       // the element's title, else its description
+    QString action;      // "AXPress", "AXShowMenu", ...
+    qint32 result = 0;   // what the press answered
+    bool acted = false;  // whether the application acted on it (a late press does)
+
+    // Its bundle identifier, else "pid:N".
+    QString applicationId() const
+    {
+        return bundle.isEmpty() ? QStringLiteral("pid:") + QString::number(pid) : bundle;
+    }
 };
 
 struct SimWorldState {
@@ -149,6 +167,17 @@ public:
     Rect toAccessibilitySpace(const Rect& screenRect) const;
     Rect toScreenSpace(const Rect& accessibilityRect) const;
 
+    // Records a press the accessibility interface passed on; safe on any thread. One the
+    // application acted on with "AXPress" or "AXShowMenu" opens the item's menu, closing any
+    // other item's.
+    void notePress(const SimPress& press);
+    // Every press since the start, the latest last.
+    QList<SimPress> presses() const;
+    // The item whose menu is open; nothing when none is.
+    std::optional<SimPress> openItemMenu() const;
+    // A click anywhere or Escape closes it; nothing happens when none is open.
+    void closeItemMenu();
+
     // The world as of the last change.
     std::shared_ptr<const SimWorldState> state() const { return std::atomic_load(&m_state); }
 
@@ -160,6 +189,8 @@ signals:
     void trustChanged(bool trusted);
     void trustPromptRequested();
     void frameworkBehaviourChanged();
+    // An item's menu opened or closed; may be emitted on any thread.
+    void itemMenuChanged();
 
 private:
     struct Layout {
@@ -171,6 +202,7 @@ private:
         int index;
     };
 
+    void closeMenuOf(qint32 pid);
     void addOwnApplication();
     void rememberItems(const SimApplication& app);
     SimBarKey keyOf(const SimApplication& app, int index) const;
@@ -199,6 +231,9 @@ private:
     Layout m_layout; // as of the last change: reads between changes cost nothing
     std::atomic<bool> m_trusted{true};
     std::atomic<int> m_trustPrompts{0};
+    mutable QMutex m_pressMutex; // guards the two below
+    QList<SimPress> m_presses;
+    std::optional<SimPress> m_openItemMenu;
     // Read and replaced only through std::atomic_load and std::atomic_store: libc++ has
     // no std::atomic<std::shared_ptr>.
     std::shared_ptr<const SimWorldState> m_state;

@@ -10,7 +10,10 @@
 #include <QCoreApplication>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QColor>
+#include <QFont>
 #include <QImage>
+#include <QPainter>
 #include <QScreen>
 #include <QWidget>
 
@@ -151,10 +154,41 @@ QImage SimDesktopServices::bundleIcon(int) const
     return {};
 }
 
+QImage SimDesktopServices::applicationIcon(qint32 pid, int pixelSize) const
+{
+    const SimApplication* application = m_desktop.application(pid);
+    if (!application || pixelSize < 1)
+        return {};
+    // Without a name, the bundle identifier's middle part: "tunnelwise" of "com.tunnelwise.Client".
+    const QString bundle = application->bundleIdentifier.value_or(QString());
+    const QString name = application->name.value_or(bundle.section(u'.', -2, -2));
+    const QString key = application->bundleIdentifier.value_or(name);
+    QImage icon(pixelSize, pixelSize, QImage::Format_ARGB32_Premultiplied);
+    icon.fill(Qt::transparent);
+    QPainter painter(&icon);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF tile(0.5, 0.5, pixelSize - 1.0, pixelSize - 1.0);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromHsv(int(qHash(key) % 360), 150, 200));
+    painter.drawRoundedRect(tile, pixelSize * 0.22, pixelSize * 0.22);
+    QFont font = painter.font();
+    font.setPixelSize(qMax(1, int(pixelSize * 0.6)));
+    font.setBold(true);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.drawText(tile, Qt::AlignCenter, name.left(1).toUpper());
+    return icon;
+}
+
 // What the build says, as the bundle's information would; a copy outside a bundle has none.
 QString SimDesktopServices::bundleVersion() const
 {
     return m_desktop.ownBundleIdentifier() ? Identity::version : QString();
+}
+
+bool SimDesktopServices::isOtherMenuOpen() const
+{
+    return m_desktop.openItemMenu().has_value();
 }
 
 } // namespace tk

@@ -27,6 +27,8 @@ public:
     std::optional<ScreenInfo> mainScreen() const override;
     QPointF pointerPosition() const override { return m_pointer; }
     bool isAnyMouseButtonPressed() const override { return m_buttonPressed; }
+    // An item's menu that a press opened.
+    bool isOtherMenuOpen() const override;
     std::unique_ptr<StatusItem> createStatusItem(double length,
                                                  const QString& autosaveName) override;
     void bringToFront(QWidget& window) override;
@@ -38,6 +40,8 @@ public:
     QPointF windowPointerPosition() const override;
     QString applicationPath() const override;
     QImage bundleIcon(int pixelSize) const override;
+    // A tile in a colour of the application's own, with its name's first letter.
+    QImage applicationIcon(qint32 pid, int pixelSize) const override;
     QString bundleVersion() const override;
 
     // What the person and the system do.

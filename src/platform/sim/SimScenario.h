@@ -53,6 +53,11 @@ struct SimElement {
     std::optional<QStringList> actions = QStringList(); // nothing: the names cannot be read
     bool positionSettable = false;
     qint32 settableError = 0; // the settable query's result code; non-zero means it failed
+    // What a press (any of its actions) answers; non-zero: it is refused and does nothing.
+    qint32 pressResult = 0;
+    // Seconds the application takes to act on a press; longer than the messaging timeout,
+    // the press fails with -25204 yet the application acts on it all the same.
+    double pressDelay = 0.0;
     QList<SimElement> children;
 };
 
@@ -175,7 +180,8 @@ struct SimScenario {
 //                    {"autosaveName": "Tuckaway.main"}] }
 // An element: "role", "title", "description" (absent, or any JSON value: only a string
 // reads as text), "frame" or "position" / "size" (null: the attribute cannot be read),
-// "width" in the bar, "actions", "positionSettable", "settableError", "children".
+// "width" in the bar, "actions", "positionSettable", "settableError", "pressResult",
+// "pressDelay", "children".
 namespace SimScenarioLoader {
 
 constexpr qint64 maximumFileBytes = ScenarioLimits::maximumFileBytes;

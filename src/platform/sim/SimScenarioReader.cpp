@@ -181,7 +181,8 @@ SimElement SimScenarioReader::readElement(const QJsonValue& value, const QString
     m_json.expectKeys(*object, place,
                       {"role"_L1, "title"_L1, "description"_L1, "frame"_L1, "position"_L1,
                        "size"_L1, "width"_L1, "actions"_L1, "positionSettable"_L1,
-                       "settableError"_L1, "children"_L1});
+                       "settableError"_L1, "pressResult"_L1, "pressDelay"_L1,
+                       "children"_L1});
     element.role = readText(*object, "role"_L1);
     element.title = readText(*object, "title"_L1);
     element.description = readText(*object, "description"_L1);
@@ -191,6 +192,9 @@ SimElement SimScenarioReader::readElement(const QJsonValue& value, const QString
     element.positionSettable = m_json.boolean(*object, "positionSettable"_L1, place, false);
     element.settableError =
         qint32(m_json.integer(*object, "settableError"_L1, place, int32Min, int32Max).value_or(0));
+    element.pressResult =
+        qint32(m_json.integer(*object, "pressResult"_L1, place, int32Min, int32Max).value_or(0));
+    element.pressDelay = m_json.number(*object, "pressDelay"_L1, place, 0.0, Range::Seconds);
     const QString childrenPlace = SimJsonReader::member(place, u"children"_s);
     const QJsonArray children = m_json.array(*object, "children"_L1, place);
     if (!children.isEmpty() && depth >= SimScenarioLoader::maximumDepth)

@@ -81,9 +81,21 @@ void SimStatusItem::click(const StatusItemEvent& event)
 
 bool SimStatusItem::chooseMenuEntry(int index)
 {
-    if (!m_openMenu || index < 0 || index >= m_openMenu->size())
+    return chooseMenuPath({index});
+}
+
+bool SimStatusItem::chooseMenuPath(const QList<int>& path)
+{
+    if (!m_openMenu || path.isEmpty())
         return false;
-    const MenuEntry entry = m_openMenu->at(index);
+    std::vector<MenuEntry> level(m_openMenu->cbegin(), m_openMenu->cend());
+    MenuEntry entry;
+    for (const int index : path) {
+        if (index < 0 || std::size_t(index) >= level.size())
+            return false;
+        entry = level.at(std::size_t(index));
+        level = entry.submenu;
+    }
     if (entry.isSeparator || !entry.action)
         return false;
     m_openMenu.reset();

@@ -43,6 +43,9 @@ public:
     // Chooses the entry at `index` of the open menu, which closes. False when there is no
     // such entry or it is a separator.
     bool chooseMenuEntry(int index);
+    // Through submenus: the indices of the entries from the open menu down; the last one's
+    // action runs. False when the path leads nowhere or to an entry without action.
+    bool chooseMenuPath(const QList<int>& path);
     // Closes the open menu without a choice.
     void dismissMenu() { m_openMenu.reset(); }
     int menuCount() const { return m_menuCount; }
