@@ -5,6 +5,7 @@
 #include "app/Platform.h"
 
 #include <QPointer>
+#include <algorithm>
 
 namespace tk {
 
@@ -121,12 +122,23 @@ void AppDelegate::failReveal(const QString& notice)
     m_visibility.activate(group);
 }
 
-// One entry per icon: the application's name for its only item, else the item's title.
+// One entry per icon: the application's name for its only item, else the item's title. The
+// icons out of sight follow those of the hiding in force, to be reached the same way.
 std::vector<MenuEntry> AppDelegate::hiddenIconEntries()
 {
     std::vector<MenuEntry> entries;
     QPointer<AppDelegate> self(this);
-    for (const HiddenIcon& icon : std::as_const(m_hiddenIcons)) {
+    QList<HiddenIcon> icons = m_visibility.active() ? m_hiddenIcons : QList<HiddenIcon>();
+    for (const UnseenIcon& unseen : std::as_const(m_unseenIcons)) {
+        const bool sole = std::count_if(m_unseenIcons.cbegin(), m_unseenIcons.cend(),
+                                        [&unseen](const UnseenIcon& other) {
+                                            return other.application == unseen.application;
+                                        }) == 1;
+        const HiddenIcon icon{unseen.application, unseen.name, unseen.title, unseen.path, sole};
+        if (!unseen.application.startsWith(u"pid:"_s) && !icons.contains(icon))
+            icons.append(icon);
+    }
+    for (const HiddenIcon& icon : std::as_const(icons)) {
         const QString title = icon.soleItem ? icon.application
                               : icon.title == unlabelledTitle ? text(unlabelledTitle)
                                                               : icon.title;

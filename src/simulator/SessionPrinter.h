@@ -27,6 +27,7 @@ private:
     void printState();
     void printMenu();
     void printDecisions();
+    void printUnseen();
     void watchStatusLines();
 
     SessionContext& m_context;
@@ -35,6 +36,7 @@ private:
     QString m_lastNotice;
     QString m_lastHotkey;
     QString m_lastHidden;
+    bool m_someUnseen = false; // the latest scan found items out of sight
 };
 
 } // namespace tk

@@ -104,6 +104,7 @@ private:
     QGroupBox* m_applicationsBox = nullptr;
     QListWidget* m_applications = nullptr;
     QPushButton* m_quit = nullptr;
+    QPushButton* m_front = nullptr; // the chosen application becomes the frontmost one
     QComboBox* m_catalogue = nullptr;
     QSpinBox* m_count = nullptr;
     QPushButton* m_launch = nullptr;
