@@ -166,7 +166,8 @@ void OrganizationSection::renderUnseen()
     QStringList lines;
     for (const QString& line : found)
         lines << m_context.text(line);
-    lines << m_context.text(u"Para verlos, oculta el grupo o ábrelos desde Iconos ocultos."_s);
+    lines << QString() // a line apart: the remedy
+          << m_context.text(u"Para verlos, oculta el grupo o ábrelos desde Iconos ocultos."_s);
     m_unseenTitle->setText(m_context.text(u"Iconos que no se ven"_s));
     m_unseen->setText(lines.join(u'\n'));
     m_unseenTitle->setVisible(!found.isEmpty());

@@ -1,5 +1,6 @@
 #include "ShellFixture.h"
 #include "artwork/StatusGlyph.h"
+#include "app/UnseenIcons.h"
 #include "platform/sim/SimAccessibility.h"
 
 using namespace tk;
@@ -48,6 +49,7 @@ private Q_SLOTS:
     void applySettingsNotices();
     void screensChange_data();
     void screensChange();
+    void unseenIconsCountedAndNamed();
 };
 
 // A left click on the default desktop in boundary mode, from the click to the notice. The menu
@@ -467,4 +469,28 @@ void TestCollapseCycle::screensChange()
 }
 
 QTEST_MAIN(TestCollapseCycle)
+// Every item counts, each application is named once; one item is said in the singular.
+void TestCollapseCycle::unseenIconsCountedAndNamed()
+{
+    const auto at = [](const QString& bundle, const QString& name, const QString& path, double x) {
+        ExternalItem item;
+        item.id = bundle + u':' + path + u":t"_s;
+        item.bundleID = bundle;
+        item.app = name;
+        item.frame = Rect{x, 0, 20, 32};
+        return item;
+    };
+    const QList<SightPolicy::Screen> screens = UnseenIcons::sightScreens(
+        {{Rect{0, 0, 1512, 982}, Rect{0, 74, 1512, 876}, Rect{663.5, 950, 185, 32}}});
+    const QList<ExternalItem> items{at(u"com.a"_s, u"Alpha"_s, u"extras.0"_s, 700),
+                                    at(u"com.a"_s, u"Alpha"_s, u"extras.0.1"_s, 700),
+                                    at(u"com.a"_s, u"Alpha"_s, u"extras.1"_s, 600),
+                                    at(u"com.b"_s, u"Beta"_s, u"extras.0"_s, 900)};
+    const QList<UnseenIcon> unseen = UnseenIcons::of(items, screens, std::nullopt);
+    QCOMPARE(UnseenIcons::statusLine(unseen), u"2 iconos no se ven: Alpha"_s);
+    QCOMPARE(UnseenIcons::statusLine(unseen.mid(1)), u"1 icono no se ve: Alpha"_s);
+    QCOMPARE(L10n::text(UnseenIcons::statusLine(unseen.mid(1)), u"en"_s),
+             u"1 icon cannot be seen: Alpha"_s);
+}
+
 #include "tst_collapsecycle.moc"

@@ -521,11 +521,13 @@ private:
         }
         if (language == u"en") // no bundle version
             QCOMPARE(f.labelText(u"versionLine"_s), u"Version 1.0 · macOS 27"_s);
-        // The whole of the longest section, beyond what the window shows without scrolling.
-        f.preferences.setSection(ConfigurationView::General);
-        QCoreApplication::processEvents();
-        const QString whole = folder + u"/section0-whole.png"_s;
-        QVERIFY(f.find<QWidget>(u"sectionColumn"_s)->grab().save(whole));
+        // The whole of the longest sections, beyond what the window shows without scrolling.
+        for (const int section : {ConfigurationView::General, ConfigurationView::Organization}) {
+            f.preferences.setSection(section);
+            QCoreApplication::processEvents();
+            const QString whole = u"%1/section%2-whole.png"_s.arg(folder).arg(section);
+            QVERIFY(f.find<QWidget>(u"sectionColumn"_s)->grab().save(whole));
+        }
     }
 };
 
