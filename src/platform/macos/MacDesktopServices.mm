@@ -9,6 +9,7 @@
 #include <objc/runtime.h>
 #include <unistd.h>
 #include <QWidget>
+#include <algorithm>
 #include <functional>
 
 // Answers the "reopen" Apple event, sent when the running application is opened again.
@@ -77,8 +78,8 @@ std::optional<Rect> notchOf(NSScreen* screen)
     if (NSIsEmptyRect(left) || NSIsEmptyRect(right))
         return std::nullopt;
     const NSRect frame = screen.frame;
-    const double width = NSWidth(frame) - NSWidth(left) - NSWidth(right);
-    const double height = MAX(NSHeight(left), NSHeight(right));
+    const double width = double(NSWidth(frame) - NSWidth(left) - NSWidth(right));
+    const double height = std::max(double(NSHeight(left)), double(NSHeight(right)));
     if (width <= 0.0)
         return std::nullopt;
     return Rect{NSMinX(frame) + NSWidth(left), NSMaxY(frame) - height, width, height};
