@@ -122,6 +122,15 @@ void SimulatorPanel::launch(int launchableIndex, int count)
         showMessage(u"Apps abiertas: %1."_s, {QString::number(launched)});
 }
 
+// Its menus take the bar's left part; the items over them are no longer drawn.
+void SimulatorPanel::bringToFront(qint32 pid)
+{
+    if (!m_desktop.setFrontmost(pid))
+        showMessage(u"Tuckaway no tiene menús: no se pone al frente."_s);
+    else
+        refreshApplications();
+}
+
 void SimulatorPanel::quitApplication(qint32 pid)
 {
     if (pid == m_desktop.ownPid()) {
@@ -212,13 +221,10 @@ QWidget* SimulatorPanel::buildApplications()
             showMessage(u"Elige antes una app de la lista."_s);
     });
     connect(m_front, &QPushButton::clicked, this, [this] {
-        const QListWidgetItem* row = m_applications->currentItem();
-        if (!row)
-            showMessage(u"Elige antes una app de la lista."_s);
-        else if (!m_desktop.setFrontmost(row->data(Qt::UserRole).toInt()))
-            showMessage(u"Tuckaway no tiene menús: no se pone al frente."_s);
+        if (const QListWidgetItem* row = m_applications->currentItem())
+            bringToFront(row->data(Qt::UserRole).toInt());
         else
-            refreshApplications();
+            showMessage(u"Elige antes una app de la lista."_s);
     });
     connect(m_launch, &QPushButton::clicked, this,
             [this] { launch(m_catalogue->currentIndex(), m_count->value()); });

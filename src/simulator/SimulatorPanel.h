@@ -54,6 +54,8 @@ public:
 
     // What the panel's controls do.
     void launch(int launchableIndex, int count);
+    // The application becomes the frontmost one, whose menus the bar shows.
+    void bringToFront(qint32 pid);
     void quitApplication(qint32 pid);
     void setAccessibilityGranted(bool granted);
     void setFrameworkMode(FrameworkMode mode);
