@@ -162,9 +162,9 @@ void AppDelegate::checkSight()
                             m_visibility.message() == UnseenIcons::statusLine(m_unseenIcons);
     if (!saidBefore)
         m_messageBeforeSight = m_visibility.message();
-    m_unseenIcons = UnseenIcons::of(m_inspector.items(),
-                                    UnseenIcons::sightScreens(m_desktop.screens()),
-                                    m_inspector.frontMenus());
+    m_unseenIcons =
+        UnseenIcons::of(m_inspector.items(), UnseenIcons::sightScreens(m_desktop.screens()),
+                        m_inspector.frontMenus());
     if (!m_unseenIcons.isEmpty())
         m_visibility.announce(UnseenIcons::statusLine(m_unseenIcons));
     else if (saidBefore)

@@ -229,7 +229,8 @@ QJsonArray menusOf(const RecordingAccessibility& recording,
     const auto bar = application.attributes.constFind(u"AXMenuBar"_s);
     if (bar == application.attributes.constEnd() || bar->kind != AXAttribute::Kind::Element)
         return menus;
-    const std::optional<RecordingAccessibility::Answers> barAnswers = recording.answers(bar->element);
+    const std::optional<RecordingAccessibility::Answers> barAnswers =
+        recording.answers(bar->element);
     const auto children = barAnswers ? barAnswers->attributes.constFind(u"AXChildren"_s)
                                      : QHash<QString, AXAttribute>::const_iterator();
     if (!barAnswers || children == barAnswers->attributes.constEnd() ||
@@ -347,9 +348,10 @@ QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
     if (!remembered.isEmpty())
         root.insert(u"remembered"_s, remembered);
     const bool frontmostListed =
-        desktop.frontmost &&
-        std::any_of(desktop.applications.cbegin(), desktop.applications.cend(),
-                    [&desktop](const RunningApplication& app) { return app.pid == *desktop.frontmost; });
+        desktop.frontmost && std::any_of(desktop.applications.cbegin(), desktop.applications.cend(),
+                                         [&desktop](const RunningApplication& app) {
+                                             return app.pid == *desktop.frontmost;
+                                         });
     if (frontmostListed)
         root.insert(u"frontmost"_s, *desktop.frontmost);
     if (!desktop.frameworkAvailable)

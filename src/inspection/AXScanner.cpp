@@ -224,9 +224,8 @@ private:
         if (!readsAs(menus, AXAttribute::Kind::ElementList) || menus.elements.isEmpty())
             return;
         const std::optional<Rect> first = menuFrame(menus.elements.constFirst());
-        const std::optional<Rect> last = menus.elements.size() == 1
-                                             ? first
-                                             : menuFrame(menus.elements.constLast());
+        const std::optional<Rect> last =
+            menus.elements.size() == 1 ? first : menuFrame(menus.elements.constLast());
         if (!first || !last)
             return;
         const double top = std::min(first->minY(), last->minY());

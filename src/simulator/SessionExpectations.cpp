@@ -174,7 +174,7 @@ constexpr std::array expectations{
     Expectation{u"expect message", checkMessage},      Expectation{u"expect tooltip", checkTooltip},
     Expectation{u"expect settings", checkSettings},    Expectation{u"expect login", checkLogin},
     Expectation{u"expect login-item", checkLoginItem}, Expectation{u"expect pressed", checkPressed},
-    Expectation{u"expect menu-open", checkMenuOpen},  Expectation{u"expect unseen", checkUnseen},
+    Expectation{u"expect menu-open", checkMenuOpen},   Expectation{u"expect unseen", checkUnseen},
 };
 
 } // namespace

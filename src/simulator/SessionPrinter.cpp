@@ -102,8 +102,8 @@ void SessionPrinter::printUnseen()
         print(text(u"Todos los iconos se ven."_s));
     m_someUnseen = m_someUnseen || !unseen.isEmpty();
     for (const UnseenIcon& icon : unseen)
-        print(text(u"No se ve"_s) + u": "_s + icon.application + u" \""_s + icon.title +
-              u"\" "_s + SightPolicy::reasonWord(icon.reason));
+        print(text(u"No se ve"_s) + u": "_s + icon.application + u" \""_s + icon.title + u"\" "_s +
+              SightPolicy::reasonWord(icon.reason));
 }
 
 void SessionPrinter::printMenu()

@@ -9,8 +9,8 @@
 #include "visibility/VisibilityController.h"
 
 #include <QEvent>
-#include <QHash>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QListWidget>
 #include <QMouseEvent>
@@ -245,9 +245,8 @@ void OrganizationSection::renderReasons()
         items, boundary.value_or(Rect::null()),
         m_context.services.workspace.mainBundleIdentifier().value_or(QString()));
     // A scan while the group is hidden reads no place for the hidden items: they are hidden.
-    const QSet<QString> hidden = m_context.visibility.active()
-                                     ? m_context.visibility.hiddenTargets()
-                                     : QSet<QString>();
+    const QSet<QString> hidden =
+        m_context.visibility.active() ? m_context.visibility.hiddenTargets() : QSet<QString>();
     QStringList lines;
     for (BoundaryPolicy::Decision& decision : decisions) {
         if (hidden.contains(decision.bundle))

@@ -1,6 +1,5 @@
 #include "SightPolicy.h"
 
-
 namespace tk {
 
 namespace SightPolicy {

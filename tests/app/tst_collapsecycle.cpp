@@ -1,6 +1,6 @@
 #include "ShellFixture.h"
-#include "artwork/StatusGlyph.h"
 #include "app/UnseenIcons.h"
+#include "artwork/StatusGlyph.h"
 #include "platform/sim/SimAccessibility.h"
 
 using namespace tk;

@@ -147,7 +147,8 @@ private:
         app.insert(u"items"_s, items);
         QJsonArray menus;
         for (int i = chance(0.5) ? int(m_random.bounded(9)) : 0; i > 0; --i)
-            menus.append(chance(0.5) ? QJsonValue(text()) : QJsonObject{{u"width"_s, fraction(0, 400)}});
+            menus.append(chance(0.5) ? QJsonValue(text())
+                                     : QJsonObject{{u"width"_s, fraction(0, 400)}});
         if (!menus.isEmpty())
             app.insert(u"menus"_s, menus);
         return app;

@@ -192,10 +192,9 @@ void TestVisibilityPolicy::sightReasons()
 {
     QFETCH(Rect, frame);
     QFETCH(QString, expected);
-    const QList<SightPolicy::Screen> screens{
-        {{0, 0, 1512, 982}, Rect{663.5, 0, 185, 32}},
-        {{1512, 0, 1920, 1080}, Rect{2372, 0, 200, 30}},
-        {{0, 982, 1512, 982}, std::nullopt}};
+    const QList<SightPolicy::Screen> screens{{{0, 0, 1512, 982}, Rect{663.5, 0, 185, 32}},
+                                             {{1512, 0, 1920, 1080}, Rect{2372, 0, 200, 30}},
+                                             {{0, 982, 1512, 982}, std::nullopt}};
     const std::optional<Rect> menus = Rect{8, 982, 300, 24};
     const std::optional<SightPolicy::Reason> reason = SightPolicy::reason(frame, screens, menus);
     QCOMPARE(reason ? SightPolicy::reasonWord(*reason) : QString(), expected);

@@ -56,9 +56,9 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
     }
     const QJsonObject root = document.object();
     m_json.expectKeys(root, QString(),
-                      {"osVersion"_L1, "trusted"_L1, "requestCost"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
-                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1,
-                       "remembered"_L1, "screenSets"_L1, "frontmost"_L1});
+                      {"osVersion"_L1, "trusted"_L1, "requestCost"_L1, "screens"_L1, "apps"_L1,
+                       "tuckaway"_L1, "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1,
+                       "warning"_L1, "remembered"_L1, "screenSets"_L1, "frontmost"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
@@ -111,8 +111,8 @@ SimScreen SimScenarioReader::readScreen(const QJsonValue& value, const QString& 
     screen.frame = readRect(object->value("frame"_L1), SimJsonReader::member(place, u"frame"_s),
                             Range::PositiveLength);
     if (object->contains("notch"_L1))
-        screen.notch = readNotch(object->value("notch"_L1), SimJsonReader::member(place, u"notch"_s),
-                                 screen.frame);
+        screen.notch = readNotch(object->value("notch"_L1),
+                                 SimJsonReader::member(place, u"notch"_s), screen.frame);
     screen.visibleFrame = screen.frame;
     const double barHeight = screen.notch ? screen.notch->height() : defaultMenuBarHeight;
     screen.visibleFrame.height = qMax(0.0, screen.frame.height - barHeight);
@@ -141,8 +141,7 @@ QSizeF SimScenarioReader::readNotch(const QJsonValue& value, const QString& plac
         m_json.fail(SimJsonReader::member(place, u"width"_s),
                     u"must be narrower than its screen"_s);
     if (m_json.ok() && height >= screen.height)
-        m_json.fail(SimJsonReader::member(place, u"height"_s),
-                    u"must be lower than its screen"_s);
+        m_json.fail(SimJsonReader::member(place, u"height"_s), u"must be lower than its screen"_s);
     return QSizeF(width, height);
 }
 
@@ -172,10 +171,9 @@ SimApplication SimScenarioReader::readApplication(const QJsonValue& value, const
     const auto object = m_json.object(value, place);
     if (!object)
         return app;
-    m_json.expectKeys(
-        *object, place,
-        {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1, "answersBeforeHanging"_L1,
-         "extrasMenuBar"_L1, "items"_L1, "menus"_L1});
+    m_json.expectKeys(*object, place,
+                      {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1,
+                       "answersBeforeHanging"_L1, "extrasMenuBar"_L1, "items"_L1, "menus"_L1});
     const auto pid = m_json.integer(*object, "pid"_L1, place, 1, int32Max);
     if (!object->contains("pid"_L1))
         m_json.fail(SimJsonReader::member(place, u"pid"_s), u"is required"_s);
@@ -222,12 +220,12 @@ SimMenu SimScenarioReader::readMenu(const QJsonValue& value, const QString& plac
         if (object->contains("width"_L1))
             m_json.fail(SimJsonReader::member(place, u"frame"_s),
                         u"cannot be given together with width"_s);
-        menu.frame = readRect(object->value("frame"_L1),
-                              SimJsonReader::member(place, u"frame"_s), Range::Length);
+        menu.frame = readRect(object->value("frame"_L1), SimJsonReader::member(place, u"frame"_s),
+                              Range::Length);
         menu.width = menu.frame->width;
     } else {
-        menu.width = m_json.number(*object, "width"_L1, place, SimMenu::widthOf(menu.title),
-                                   Range::Length);
+        menu.width =
+            m_json.number(*object, "width"_L1, place, SimMenu::widthOf(menu.title), Range::Length);
     }
     addToMenuBar(menu.width, place);
     return menu;
@@ -241,9 +239,8 @@ void SimScenarioReader::readFrontmost(const QJsonObject& root, SimScenario& scen
     const auto pid = m_json.integer(root, "frontmost"_L1, QString(), 1, int32Max);
     if (!pid)
         return;
-    const bool known = std::any_of(
-        scenario.applications.cbegin(), scenario.applications.cend(),
-        [&pid](const SimApplication& app) { return app.pid == *pid; });
+    const bool known = std::any_of(scenario.applications.cbegin(), scenario.applications.cend(),
+                                   [&pid](const SimApplication& app) { return app.pid == *pid; });
     if (!known)
         m_json.fail(u"frontmost"_s, u"%1 is the pid of no application of apps"_s.arg(*pid));
     scenario.frontmost = qint32(*pid);
