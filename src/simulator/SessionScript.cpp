@@ -249,6 +249,10 @@ const QHash<QString, Check>& commands()
         {u"set"_s, checkSet},
         {u"language"_s, word({u"en"_s, u"es"_s}, u"the language"_s)},
         {u"picture"_s, checkPicture},
+        {u"front"_s, exactly(1,
+                             [](const QStringList& a) {
+                                 return a[0] == u"none" ? QString() : checkApplication(a[0]);
+                             })},
         {u"expect hidden"_s, applications},
         {u"expect unseen"_s, applications},
         {u"expect state"_s, word({u"shown"_s, u"scanning"_s, u"requesting"_s, u"hidden"_s},
