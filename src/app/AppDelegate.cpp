@@ -153,6 +153,7 @@ ExportedDesktop AppDelegate::exportedDesktop(bool placed) const
     ExportedDesktop desktop;
     desktop.screens = m_desktop.screens();
     desktop.ownPid = workspace.currentProcessId();
+    desktop.frontmost = workspace.frontmostApplication();
     if (placed)
         desktop.ownIcon = boundary();
     desktop.trusted = m_inspector.isAuthorized();
@@ -207,6 +208,9 @@ void AppDelegate::subscribe()
     };
     connect(&m_visibility, &VisibilityController::messageChanged, this, deliverMessage);
     deliverMessage(m_visibility.message());
+
+    // At once, so that what a scan found out of sight is said before what follows from it.
+    connect(&m_inspector, &Inspector::itemsChanged, this, &AppDelegate::checkSight);
 
     connect(&m_preferences, &Preferences::languageChanged, this,
             [this] { later([this] { languageChanged(); }); });
@@ -283,6 +287,9 @@ void AppDelegate::hidingStateChanged(bool active, bool pending)
         // A reveal that failed says why, also once the group is hidden again.
         m_preferences.setNotice(m_revealFailure.isEmpty() ? appliedNotice : m_revealFailure);
         m_revealFailure.clear();
+        // The hidden items make room: what was out of sight is looked at again.
+        if (!pending && !m_unseenIcons.isEmpty())
+            m_inspector.scan();
     }
     writeUIReport();
 }

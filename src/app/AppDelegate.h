@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/HiddenIcons.h"
+#include "app/UnseenIcons.h"
 #include "core/Rect.h"
 #include "hotkey/GlobalHotKey.h"
 #include "inspection/Inspector.h"
@@ -124,6 +125,8 @@ public:
     std::optional<double> hoverBegan() const { return m_hoverBegan; }
     qint64 collapseGeneration() const { return m_collapseGeneration; }
     std::optional<QString> qaReportPath() const { return m_qaReportPath; }
+    // The items of the latest scan that stand where they cannot be seen.
+    const QList<UnseenIcon>& unseenIcons() const { return m_unseenIcons; }
     // Why each application of the latest collapse in "boundary" mode was hidden or stayed.
     const QList<BoundaryPolicy::Decision>& boundaryDecisions() const { return m_decisions; }
 
@@ -132,6 +135,8 @@ Q_SIGNALS:
     void quitRequested(int exitCode);
     // A collapse in "boundary" mode has decided; `boundaryDecisions` holds why.
     void boundaryDecided();
+    // A scan has been published and `unseenIcons` says what it found out of sight.
+    void sightChecked();
     // The interaction timer fired: `tick` runs on a later turn of the main thread. A queued
     // connection carries it, which costs one posted event and nothing else per tick.
     void interactionTimerFired(QPrivateSignal);
@@ -158,6 +163,7 @@ private:
     void dataChanged(const SettingsData& data);
     void runningApplicationsChanged();
     void screenParametersChanged();
+    void checkSight();
 
     // Collapse cycle steps.
     void finishCollapse(qint64 generation);
@@ -191,6 +197,8 @@ private:
     std::unique_ptr<StatusItem> m_item;
     std::unique_ptr<SettingsWindow> m_settingsWindow;
     QList<BoundaryPolicy::Decision> m_decisions;
+    QList<UnseenIcon> m_unseenIcons;
+    QString m_messageBeforeSight; // the status line that naming them replaced
     std::unique_ptr<Timer> m_interactionTimer;
     std::unique_ptr<Timer> m_startAction;
     std::unique_ptr<StatusItemPlaceWait> m_placeWait;

@@ -154,6 +154,25 @@ std::optional<QSet<QString>> AppDelegate::boundaryHiddenSet()
     return BoundaryPolicy::hidden(items, *separator);
 }
 
+// After every published scan: the status line names the applications with an icon out of
+// sight; once none is, the line it replaced comes back. The tooltip follows.
+void AppDelegate::checkSight()
+{
+    const bool saidBefore = !m_unseenIcons.isEmpty() &&
+                            m_visibility.message() == UnseenIcons::statusLine(m_unseenIcons);
+    if (!saidBefore)
+        m_messageBeforeSight = m_visibility.message();
+    m_unseenIcons =
+        UnseenIcons::of(m_inspector.items(), UnseenIcons::sightScreens(m_desktop.screens()),
+                        m_inspector.frontMenus());
+    if (!m_unseenIcons.isEmpty())
+        m_visibility.announce(UnseenIcons::statusLine(m_unseenIcons));
+    else if (saidBefore)
+        m_visibility.announce(m_messageBeforeSight);
+    updateGlyph(m_visibility.active(), m_visibility.pending(), std::nullopt);
+    Q_EMIT sightChecked();
+}
+
 void AppDelegate::showAll()
 {
     ++m_collapseGeneration;

@@ -20,6 +20,8 @@ class StatusItem;
 struct ScreenInfo {
     Rect frame;
     Rect visibleFrame; // without the menu bar and the Dock
+    // The camera housing at the top of the screen, which no menu-bar item shows under.
+    std::optional<Rect> notch = std::nullopt;
 
     friend bool operator==(const ScreenInfo&, const ScreenInfo&) = default;
 };

@@ -6,6 +6,7 @@
 #include "app/Platform.h"
 
 #include <QPointer>
+#include <algorithm>
 
 namespace tk {
 
@@ -35,6 +36,21 @@ std::optional<qint32> pidOf(const Workspace& workspace, const HiddenIcon& icon)
             return app.pid;
     }
     return std::nullopt;
+}
+
+// An icon out of sight, reached as a hidden one is.
+HiddenIcon hiddenIconOf(const UnseenIcon& unseen, const QList<UnseenIcon>& all)
+{
+    const bool sole = std::count_if(all.cbegin(), all.cend(), [&unseen](const UnseenIcon& other) {
+                          return other.application == unseen.application;
+                      }) == 1;
+    const bool numbered = unseen.application.startsWith(u"pid:"_s);
+    return {numbered ? QString() : unseen.application,
+            numbered ? unseen.application.mid(4).toInt() : 0,
+            unseen.name,
+            unseen.title,
+            unseen.path,
+            sole};
 }
 
 } // namespace
@@ -136,13 +152,20 @@ void AppDelegate::failReveal(const QString& notice)
     m_visibility.activate(group);
 }
 
-// One entry per icon of an application still running: the application's name for its only item, else (and for an application
-// without a name) the item's title.
+// One entry per icon of an application still running: the application's name for its only
+// item, else (and for an application without a name) the item's title. The icons out of sight
+// follow those of the hiding in force, to be reached the same way.
 std::vector<MenuEntry> AppDelegate::hiddenIconEntries()
 {
     std::vector<MenuEntry> entries;
     QPointer<AppDelegate> self(this);
-    for (const HiddenIcon& icon : std::as_const(m_hiddenIcons)) {
+    QList<HiddenIcon> icons = m_visibility.active() ? m_hiddenIcons : QList<HiddenIcon>();
+    for (const UnseenIcon& unseen : std::as_const(m_unseenIcons)) {
+        const HiddenIcon icon = hiddenIconOf(unseen, m_unseenIcons);
+        if (!icons.contains(icon))
+            icons.append(icon);
+    }
+    for (const HiddenIcon& icon : std::as_const(icons)) {
         const std::optional<qint32> pid = pidOf(m_platform.workspace(), icon);
         if (!pid) // quit since the hiding
             continue;

@@ -228,6 +228,39 @@ BarItem barItem(const RunningApplication& running, qsizetype index, const QJsonO
     return result;
 }
 
+// The first and the last menu of the application's menu bar, which the scan reads: each
+// where it stood, or, when its place was not read, as a menu that was not asked, so that a
+// replay makes the same requests and finds the menus at the same places.
+QJsonArray menusOf(const RecordingAccessibility& recording,
+                   const RecordingAccessibility::Answers& application)
+{
+    QJsonArray menus;
+    const auto bar = application.attributes.constFind(u"AXMenuBar"_s);
+    if (bar == application.attributes.constEnd() || bar->kind != AXAttribute::Kind::Element)
+        return menus;
+    const std::optional<RecordingAccessibility::Answers> barAnswers =
+        recording.answers(bar->element);
+    const auto children = barAnswers ? barAnswers->attributes.constFind(u"AXChildren"_s)
+                                     : QHash<QString, AXAttribute>::const_iterator();
+    if (!barAnswers || children == barAnswers->attributes.constEnd() ||
+        children->elements.isEmpty())
+        return menus;
+    QList<AXElementRef> read{children->elements.constFirst()};
+    if (children->elements.size() > 1)
+        read.append(children->elements.constLast());
+    for (const AXElementRef& menu : std::as_const(read)) {
+        QJsonObject written{{u"title"_s, QString()}};
+        const std::optional<RecordingAccessibility::Answers> a = recording.answers(menu);
+        const AXAttribute position = a ? a->attributes.value(u"AXPosition"_s) : AXAttribute();
+        const AXAttribute size = a ? a->attributes.value(u"AXSize"_s) : AXAttribute();
+        if (position.point && size.size)
+            written.insert(u"frame"_s, rectObject({position.point->x(), position.point->y(),
+                                                   size.size->width(), size.size->height()}));
+        menus.append(written);
+    }
+    return menus;
+}
+
 // The application and what its extras menu bar held when the scan asked.
 QJsonObject applicationObject(const RecordingAccessibility& recording,
                               const RunningApplication& running, QList<BarItem>& barItems)
@@ -241,10 +274,20 @@ QJsonObject applicationObject(const RecordingAccessibility& recording,
         recording.answers(recording.application(running.pid));
     const auto extras = a ? a->attributes.constFind(u"AXExtrasMenuBar"_s)
                           : QHash<QString, AXAttribute>::const_iterator();
+    if (a) {
+        if (const QJsonArray menus = menusOf(recording, *a); !menus.isEmpty())
+            object.insert(u"menus"_s, menus);
+    }
     if (!a || extras == a->attributes.constEnd())
         return object;
     if (extras->error == AXResult::cannotComplete) {
-        object.insert(u"responseDelay"_s, unansweredDelay);
+        // The frontmost application's menus are read first: it may have answered those.
+        const std::optional<qint64> answered =
+            answersBeforeHanging(recording, recording.application(running.pid));
+        if (answered.value_or(0) > 0)
+            object.insert(u"answersBeforeHanging"_s, *answered);
+        else
+            object.insert(u"responseDelay"_s, unansweredDelay);
         return object;
     }
     if (extras->kind != AXAttribute::Kind::Element) {
@@ -281,9 +324,14 @@ QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
                                  const ExportedDesktop& desktop)
 {
     QJsonArray screens;
-    for (const ScreenInfo& screen : desktop.screens)
-        screens.append(QJsonObject{{u"frame"_s, rectObject(screen.frame)},
-                                   {u"visibleFrame"_s, rectObject(screen.visibleFrame)}});
+    for (const ScreenInfo& screen : desktop.screens) {
+        QJsonObject written{{u"frame"_s, rectObject(screen.frame)},
+                            {u"visibleFrame"_s, rectObject(screen.visibleFrame)}};
+        if (screen.notch)
+            written.insert(u"notch"_s, QJsonObject{{u"width"_s, screen.notch->width},
+                                                   {u"height"_s, screen.notch->height}});
+        screens.append(written);
+    }
     QJsonArray apps;
     QList<BarItem> barItems;
     for (const RunningApplication& running : desktop.applications)
@@ -306,6 +354,13 @@ QByteArray ScenarioExport::write(const RecordingAccessibility& recording,
                      {u"trusted"_s, desktop.trusted}};
     if (!remembered.isEmpty())
         root.insert(u"remembered"_s, remembered);
+    const bool frontmostListed =
+        desktop.frontmost && std::any_of(desktop.applications.cbegin(), desktop.applications.cend(),
+                                         [&desktop](const RunningApplication& app) {
+                                             return app.pid == *desktop.frontmost;
+                                         });
+    if (frontmostListed)
+        root.insert(u"frontmost"_s, *desktop.frontmost);
     if (!desktop.frameworkAvailable)
         root.insert(u"framework"_s, QJsonObject{{u"present"_s, false}});
     // JSON objects keep no order of their own: the warning is put first by hand.

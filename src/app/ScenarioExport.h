@@ -68,6 +68,7 @@ struct ExportedDesktop {
     QList<ScreenInfo> screens;
     QList<RunningApplication> applications; // in the order the scan walked them
     qint32 ownPid = 0;
+    std::optional<qint32> frontmost; // the application whose menus the menu bar shows
     std::optional<Rect> ownIcon; // accessibility space
     bool trusted = false;
     bool frameworkAvailable = true; // the private visibility framework is present and loads

@@ -35,6 +35,10 @@ public:
                 element(item.toObject(), 1);
                 barWidth += item.toObject().value("width"_L1).toDouble(24.0);
             }
+            for (const QJsonValue& menu : app.toObject().value("menus"_L1).toArray()) {
+                count();
+                barWidth += rect(menu.toObject().value("frame"_L1), false).width;
+            }
         }
         for (qsizetype i = root.value("remembered"_L1).toArray().size(); i > 0; --i)
             count();

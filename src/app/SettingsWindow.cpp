@@ -124,7 +124,8 @@ void AppDelegate::createSettingsWindow()
          m_platform.visibilityBridge(), m_platform.workspace(),
          [&desktop](int pixelSize) { return desktop.bundleIcon(pixelSize); },
          [&desktop] { return desktop.bundleVersion(); },
-         [self] { return self ? self->boundary() : std::nullopt; }});
+         [self] { return self ? self->boundary() : std::nullopt; },
+         [self] { return self ? UnseenIcons::lines(self->unseenIcons()) : QStringList(); }});
     m_settingsWindow = std::make_unique<SettingsWindow>(view);
     m_settingsWindow->setWindowTitle(text(SettingsWindow::titleKey));
     m_settingsWindow->setMinimumSize(SettingsWindow::minimumContentSize);

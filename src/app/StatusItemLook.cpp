@@ -24,8 +24,11 @@ void AppDelegate::updateGlyph(bool collapsed, bool pending, const std::optional<
         m_item->setToolTip(text(u"Aplicando…"_s));
     else if (collapsed)
         m_item->setToolTip(text(u"Mostrar iconos ocultos · clic derecho para configurar"_s));
-    else
+    else if (m_unseenIcons.isEmpty())
         m_item->setToolTip(text(u"Ocultar grupo · clic derecho para configurar"_s));
+    else
+        m_item->setToolTip(text(u"Ocultar grupo · clic derecho para configurar"_s) + u'\n' +
+                           text(UnseenIcons::statusLine(m_unseenIcons)));
 }
 
 // Built anew at every opening and held by the item only while open, so plain left clicks
@@ -53,8 +56,8 @@ void AppDelegate::showMenu()
                  Q_EMIT self->quitRequested(0);
          }},
     };
-    // The icons of the hiding in force, after the entries of every menu.
-    if (m_visibility.active() && !m_hiddenIcons.isEmpty())
+    // The icons of the hiding in force and those out of sight, after the entries of every menu.
+    if ((m_visibility.active() && !m_hiddenIcons.isEmpty()) || !m_unseenIcons.isEmpty())
         menu.insert(3, MenuEntry::opening(text(hiddenIconsTitle), hiddenIconEntries()));
     m_item->popUpMenu(menu);
 }

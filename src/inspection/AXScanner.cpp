@@ -16,6 +16,7 @@ using namespace std::string_view_literals;
 using namespace Qt::StringLiterals;
 
 const QString extrasMenuBarAttribute = QStringLiteral("AXExtrasMenuBar");
+const QString menuBarAttribute = QStringLiteral("AXMenuBar");
 const QString roleAttribute = QStringLiteral("AXRole");
 const QString titleAttribute = QStringLiteral("AXTitle");
 const QString descriptionAttribute = QStringLiteral("AXDescription");
@@ -181,6 +182,8 @@ public:
         if (!application)
             return;
         m_ax.setMessagingTimeout(application, messagingTimeout);
+        if (app.frontmost)
+            readFrontMenus(application);
         const AXAttribute extras = m_ax.attribute(application, extrasMenuBarAttribute);
         if (!readsAs(extras, AXAttribute::Kind::Element) || !extras.element)
             return;
@@ -200,8 +203,41 @@ public:
 
     QList<ExternalItem> items;
     QString report; // one line per item, after the header
+    std::optional<Rect> frontMenus;
 
 private:
+    // The menus stand side by side, left to right: the first one's left edge and the last
+    // one's right edge are where they begin and end.
+    void readFrontMenus(const AXElementRef& application)
+    {
+        if (pastDeadline())
+            return;
+        const AXAttribute bar = m_ax.attribute(application, menuBarAttribute);
+        if (!readsAs(bar, AXAttribute::Kind::Element) || !bar.element || pastDeadline())
+            return;
+        m_ax.setMessagingTimeout(bar.element, messagingTimeout);
+        const AXAttribute menus = m_ax.attribute(bar.element, childrenAttribute);
+        if (!readsAs(menus, AXAttribute::Kind::ElementList) || menus.elements.isEmpty())
+            return;
+        const std::optional<Rect> first = menuFrame(menus.elements.constFirst());
+        const std::optional<Rect> last =
+            menus.elements.size() == 1 ? first : menuFrame(menus.elements.constLast());
+        if (!first || !last)
+            return;
+        const double top = std::min(first->minY(), last->minY());
+        frontMenus = Rect{first->minX(), top, last->maxX() - first->minX(),
+                          std::max(first->maxY(), last->maxY()) - top};
+    }
+
+    std::optional<Rect> menuFrame(const AXElementRef& menu)
+    {
+        if (pastDeadline())
+            return std::nullopt;
+        m_ax.setMessagingTimeout(menu, messagingTimeout);
+        const QList<AXAttribute> place = m_ax.attributes(menu, frameAttributes);
+        return frameOf(place[0], place[1]);
+    }
+
     void visit(const AXElementRef& element, int level, const Path& path)
     {
         if (pastDeadline() || level > deepestLevel || m_counter > elementsPerApplication - 1)
@@ -310,7 +346,7 @@ ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment)
                  QStringLiteral(". No se ha modificado ningún icono externo. La ausencia de "
                                 "resultados no demuestra ausencia de iconos."));
     walk.report.squeeze();
-    return {std::move(walk.items), std::move(walk.report)};
+    return {std::move(walk.items), std::move(walk.report), walk.frontMenus};
 }
 
 std::optional<Rect> frame(Accessibility& accessibility, const AXElementRef& element)

@@ -18,6 +18,8 @@ struct ScanApp {
     qint32 pid = 0;
     std::optional<QString> bundle;
     std::optional<QString> name;
+    // The application whose menus the menu bar shows: the scan reads where they end.
+    bool frontmost = false;
 
     friend bool operator==(const ScanApp&, const ScanApp&) = default;
 };
@@ -44,6 +46,9 @@ namespace tk {
 struct ScanResult {
     QList<ExternalItem> items;
     QString report;
+    // The frontmost application's menus, from the first one's left edge to the last one's
+    // right edge (accessibility space); nothing when they could not be read.
+    std::optional<Rect> frontMenus = std::nullopt;
 };
 
 // What a scan reads besides the applications. Every member must be usable from the
@@ -64,7 +69,8 @@ constexpr int elementsPerApplication = 60;
 // The application name of the items of an application that has none.
 inline const QString unnamedApplication = QStringLiteral("App");
 
-// Walks the extras menu bar of each application in order, depth-first. Synchronous,
+// Walks the extras menu bar of each application in order, depth-first, and reads the
+// frontmost application's menu bar ("AXMenuBar") before its extras menu bar. Synchronous,
 // never fails, keeps nothing between calls; safe on any thread.
 ScanResult scan(const QList<ScanApp>& apps, const ScanEnvironment& environment);
 

@@ -125,6 +125,7 @@ bool Inspector::isAuthorized() const
 void Inspector::scan(std::function<void()> done)
 {
     if (!isAuthorized()) {
+        m_frontMenus.reset();
         setItems({});
         setReport(missingPermissionReport);
         if (done)
@@ -167,12 +168,14 @@ QList<ScanApp> Inspector::applicationsToScan() const
 {
     const qint32 ownProcess = m_workspace.currentProcessId();
     const std::optional<QString> ownBundle = m_workspace.mainBundleIdentifier();
+    const std::optional<qint32> front = m_workspace.frontmostApplication();
     QList<ScanApp> apps;
     for (const RunningApplication& running : m_workspace.runningApplications()) {
         // Two applications without a bundle identifier count as the same bundle.
         if (running.pid == ownProcess || running.bundleIdentifier == ownBundle)
             continue;
-        apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName};
+        apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName,
+                        running.pid == front};
     }
     return apps;
 }
@@ -217,6 +220,7 @@ void Inspector::finish(const ScanResult& result)
 // Items, then report; false when an observer has destroyed this inspector meanwhile.
 bool Inspector::publish(const ScanResult& result, const QPointer<Inspector>& self)
 {
+    m_frontMenus = result.frontMenus;
     setItems(result.items);
     if (!self)
         return false;

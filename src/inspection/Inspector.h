@@ -53,6 +53,9 @@ public:
 
     QList<ExternalItem> items() const { return m_items; }
     QString report() const { return m_report; }
+    // Where the frontmost application's menus stood at the latest scan; set before
+    // `itemsChanged` is emitted.
+    std::optional<Rect> frontMenus() const { return m_frontMenus; }
     bool isScanning() const { return m_isScanning; }
     void setReport(const QString& report);
 
@@ -96,6 +99,7 @@ private:
     const Workspace& m_workspace;
     std::unique_ptr<Task> m_task;
     QList<ExternalItem> m_items;
+    std::optional<Rect> m_frontMenus;
     QString m_report = initialReport;
     bool m_isScanning = false;
 };

@@ -24,6 +24,8 @@ public:
     virtual std::optional<QString> mainBundleIdentifier() const = 0;
     // As the platform words it, e.g. "Version 27.0 (Build 27A100)".
     virtual QString operatingSystemVersionString() const = 0;
+    // The application whose menus the menu bar shows; nothing when none is known.
+    virtual std::optional<qint32> frontmostApplication() const { return std::nullopt; }
 };
 
 } // namespace tk

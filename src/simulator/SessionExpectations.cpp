@@ -50,6 +50,21 @@ Failure checkHidden(const SessionContext& context, const ScriptStep& step)
     return compared(step, listed(expected), listed(hidden));
 }
 
+// The applications with an item the latest scan found out of sight, in any order.
+Failure checkUnseen(const SessionContext& context, const ScriptStep& step)
+{
+    const QStringList& expected = step.arguments;
+    QStringList unseen;
+    for (const UnseenIcon& icon : context.app.unseenIcons()) {
+        if (!unseen.contains(icon.application))
+            unseen << icon.application;
+    }
+    if (QSet<QString>(expected.begin(), expected.end()) ==
+        QSet<QString>(unseen.begin(), unseen.end()))
+        return std::nullopt;
+    return compared(step, listed(expected), listed(unseen));
+}
+
 // The reason of the latest collapse in "boundary" mode; "none" for an application it did
 // not judge.
 Failure checkReason(const SessionContext& context, const ScriptStep& step)
@@ -159,7 +174,7 @@ constexpr std::array expectations{
     Expectation{u"expect message", checkMessage},      Expectation{u"expect tooltip", checkTooltip},
     Expectation{u"expect settings", checkSettings},    Expectation{u"expect login", checkLogin},
     Expectation{u"expect login-item", checkLoginItem}, Expectation{u"expect pressed", checkPressed},
-    Expectation{u"expect menu-open", checkMenuOpen},
+    Expectation{u"expect menu-open", checkMenuOpen},   Expectation{u"expect unseen", checkUnseen},
 };
 
 } // namespace

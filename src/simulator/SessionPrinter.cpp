@@ -38,6 +38,7 @@ void SessionPrinter::watch()
     // A press opens its item's menu on the thread of the scan that made it.
     connect(&m_context.platform.desktop(), &SimDesktop::itemMenuChanged, this,
             &SessionPrinter::printItemMenu, Qt::QueuedConnection);
+    connect(&app, &AppDelegate::sightChecked, this, &SessionPrinter::printUnseen);
     if (SimStatusItem* item = m_context.platform.simulatedDesktopServices().statusItem())
         connect(item, &SimStatusItem::menuPoppedUp, this, &SessionPrinter::printMenu);
     m_lastMessage = visibility.message();
@@ -93,6 +94,20 @@ void SessionPrinter::printDecisions()
     for (const BoundaryPolicy::Decision& decision : m_context.app.boundaryDecisions())
         print(text(u"Motivo"_s) + u": "_s + decision.bundle + u' ' +
               BoundaryPolicy::reasonWord(decision.reason));
+}
+
+// One line per item out of sight: its application, its title and why; once all can be seen
+// again, that they can.
+void SessionPrinter::printUnseen()
+{
+    const QList<UnseenIcon>& unseen = m_context.app.unseenIcons();
+    if (unseen.isEmpty() && !m_context.app.inspector().items().isEmpty() &&
+        std::exchange(m_someUnseen, false))
+        print(text(u"Todos los iconos se ven."_s));
+    m_someUnseen = m_someUnseen || !unseen.isEmpty();
+    for (const UnseenIcon& icon : unseen)
+        print(text(u"No se ve"_s) + u": "_s + icon.application + u" \""_s + icon.title + u"\" "_s +
+              SightPolicy::reasonWord(icon.reason));
 }
 
 void SessionPrinter::printMenu()

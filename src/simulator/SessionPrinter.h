@@ -28,6 +28,7 @@ private:
     void printMenu();
     void printItemMenu();
     void printDecisions();
+    void printUnseen();
     void watchStatusLines();
 
     SessionContext& m_context;
@@ -37,6 +38,7 @@ private:
     QString m_lastHotkey;
     QString m_lastHidden;
     QString m_lastItemMenu = QStringLiteral("-");
+    bool m_someUnseen = false; // the latest scan found items out of sight
 };
 
 } // namespace tk

@@ -125,6 +125,16 @@ QString checkApplication(const QString& app)
     return {};
 }
 
+// Any number of applications, each a bundle identifier or "pid:N".
+QString applications(const QStringList& a)
+{
+    for (const QString& app : a) {
+        if (const QString error = checkApplication(app); !error.isEmpty())
+            return error;
+    }
+    return {};
+}
+
 // "on" or "off", alone or followed by "at" and the application the scan under way comes to.
 QString checkPermission(const QStringList& a)
 {
@@ -242,14 +252,12 @@ const QHash<QString, Check>& commands()
         {u"set"_s, checkSet},
         {u"language"_s, word({u"en"_s, u"es"_s}, u"the language"_s)},
         {u"picture"_s, checkPicture},
-        {u"expect hidden"_s,
-         [](const QStringList& a) {
-             for (const QString& app : a) {
-                 if (const QString error = checkApplication(app); !error.isEmpty())
-                     return error;
-             }
-             return QString();
-         }},
+        {u"front"_s, exactly(1,
+                             [](const QStringList& a) {
+                                 return a[0] == u"none" ? QString() : checkApplication(a[0]);
+                             })},
+        {u"expect hidden"_s, applications},
+        {u"expect unseen"_s, applications},
         {u"expect state"_s, word({u"shown"_s, u"scanning"_s, u"requesting"_s, u"hidden"_s},
                                  u"the state"_s)},
         {u"expect reason"_s,

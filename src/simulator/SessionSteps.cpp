@@ -86,6 +86,8 @@ StepOutcome SessionSteps::actOnDesktop(const ScriptStep& step)
         return quitApplication(first);
     if (command == u"hang" || command == u"recover")
         return setHung(first, command == u"hang");
+    if (command == u"front")
+        return bringToFront(first);
     if (command == u"permission")
         desktop.setTrusted(first == u"on");
     else if (command == u"framework")
@@ -247,6 +249,21 @@ StepOutcome SessionSteps::quitApplication(const QString& application)
     if (!pid)
         return {2, u"no application %1 is running"_s.arg(application)};
     m_context.platform.desktop().quitApplication(*pid);
+    return {};
+}
+
+// The application whose menus the bar shows, or none.
+StepOutcome SessionSteps::bringToFront(const QString& application)
+{
+    if (application == u"none") {
+        m_context.platform.desktop().setFrontmost(std::nullopt);
+        return {};
+    }
+    const std::optional<qint32> pid = runningPid(m_context.platform, application);
+    if (!pid)
+        return {2, u"no application %1 is running"_s.arg(application)};
+    if (!m_context.platform.desktop().setFrontmost(*pid))
+        return {2, u"Tuckaway has no menus: it is not brought to front"_s};
     return {};
 }
 

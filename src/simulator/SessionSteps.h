@@ -41,6 +41,7 @@ private:
     StepOutcome launch(const QString& application, const QString& name);
     StepOutcome quitApplication(const QString& application);
     StepOutcome setHung(const QString& application, bool hung);
+    StepOutcome bringToFront(const QString& application);
     void pressShortcut();
     void secondLaunch();
     void set(const QString& field, const QString& value);

@@ -79,6 +79,7 @@ SimMenuBarScene::SimMenuBarScene(const SimDesktop& desktop, double scale, QList<
     layOutItemMenu(desktop);
     layOutStrips(desktop);
     layOutItems(desktop);
+    layOutMenus(desktop);
 }
 
 // Every strip starts at the same left edge, right of the off-screen zone if there is one.
@@ -102,9 +103,13 @@ void SimMenuBarScene::layOutStrips(const SimDesktop& desktop)
         const double width = qMax(0.0, strip.frame.width) * m_scale;
         strip.label = QRectF(left, top, qMax(width, 240.0), labelHeight);
         top += labelHeight;
+        const double barHeight = SimDesktop::barHeight(screens.at(i));
         const double depth = i == 0 ? qMax(deskDepth, menusDepth()) : deskDepth;
-        strip.area = QRectF(left, top, width, (SimDesktop::menuBarHeight + depth) * m_scale);
-        strip.bar = QRectF(left, top, width, SimDesktop::menuBarHeight * m_scale);
+        strip.area = QRectF(left, top, width, (barHeight + depth) * m_scale);
+        strip.bar = QRectF(left, top, width, barHeight * m_scale);
+        if (const std::optional<Rect> notch = screens.at(i).notchFrame())
+            strip.notch = QRectF(left + (notch->x - strip.frame.x) * m_scale, top,
+                                 notch->width * m_scale, notch->height * m_scale);
         top += strip.area.height() + margin;
         widest = qMax(widest, qMax(width, strip.label.width()));
         m_strips.append(strip);
@@ -129,6 +134,7 @@ void SimMenuBarScene::layOutItems(const SimDesktop& desktop)
         item.pid = barItem.pid;
         item.index = barItem.index;
         item.own = barItem.own;
+        item.shown = barItem.shown;
         item.rect = toScene(barItem.frame);
         item.offScreen =
             barItem.frame.minX() < primary.minX() || barItem.frame.maxX() > primary.maxX();
@@ -141,6 +147,17 @@ void SimMenuBarScene::layOutItems(const SimDesktop& desktop)
         }
         m_items.append(item);
     }
+}
+
+void SimMenuBarScene::layOutMenus(const SimDesktop& desktop)
+{
+    const std::optional<qint32> front = desktop.frontmost();
+    const SimApplication* app = front ? desktop.application(*front) : nullptr;
+    if (m_strips.isEmpty() || !app)
+        return;
+    const QList<Rect> frames = desktop.frontMenuFrames();
+    for (qsizetype i = 0; i < frames.size() && i < app->menus.size(); ++i)
+        m_menus.append({toScene(frames.at(i)), app->menus.at(i).title});
 }
 
 // Accessibility space has its origin at the primary screen's top-left, as the strip has.
@@ -227,9 +244,14 @@ void SimMenuBarScene::paint(QPainter& painter, const Look& look) const
         paintOverflow(painter, look);
     for (const Strip& strip : m_strips)
         paintStrip(painter, strip, look);
+    paintAppMenus(painter, look);
     for (const Item& item : m_items) {
-        if (!(item.own && look.dragAt))
+        if (!(item.own && look.dragAt) && (item.shown || item.own))
             paintItem(painter, item, look);
+    }
+    for (const Strip& strip : m_strips) {
+        if (strip.notch)
+            paintNotch(painter, *strip.notch);
     }
     paintMenus(painter, look);
     if (look.dragAt && ownItemRect()) {
@@ -271,41 +293,45 @@ void SimMenuBarScene::paintStrip(QPainter& painter, const Strip& strip, const Lo
     const double band = strip.area.top() + 30.0 * m_scale;
     painter.setPen(QPen(QColor(255, 255, 255, 110), 1.0, Qt::DashLine));
     painter.drawLine(QPointF(strip.area.left(), band), QPointF(strip.area.right(), band));
-    paintAppMenus(painter, strip, look);
 }
 
-// The front application's menus, up to the first status item on the screen.
-void SimMenuBarScene::paintAppMenus(QPainter& painter, const Strip& strip, const Look& look) const
+// The frontmost application's menus where they stand: the Apple menu as its mark, the
+// application's own menu in bold. Items the system leaves undrawn lie under them.
+void SimMenuBarScene::paintAppMenus(QPainter& painter, const Look& look) const
 {
-    double right = strip.bar.right();
-    if (strip.screen == 0) {
-        for (const Item& item : m_items) {
-            if (!item.offScreen)
-                right = qMin(right, item.rect.left());
-        }
-    }
-    const double unit = m_scale;
-    QRectF room(strip.bar.left() + 14 * unit, strip.bar.top(), right - strip.bar.left() - 22 * unit,
-                strip.bar.height());
-    if (room.width() <= 0)
-        return;
     painter.save();
-    painter.setClipRect(room);
     painter.setPen(coloursFor(look.dark).barText);
     painter.setBrush(coloursFor(look.dark).barText);
-    painter.drawEllipse(QPointF(room.left() + 6 * unit, room.center().y()), 5 * unit, 5 * unit);
-    double x = room.left() + 24 * unit;
-    const QStringList menus = SimulatorTexts::text(u"Finder|Archivo|Edición|Visualización|Ir|"
-                                                   "Ventana|Ayuda"_s,
-                                                   look.language)
-                                  .split(u'|');
-    for (int i = 0; i < menus.size(); ++i) {
-        painter.setFont(barFont(m_scale, i == 0));
-        const double width = QFontMetricsF(painter.font()).horizontalAdvance(menus.at(i));
-        painter.drawText(QRectF(x, room.top(), width + 1, room.height()), Qt::AlignVCenter,
-                         menus.at(i));
-        x += width + 18 * unit;
+    bool named = false;
+    for (const Menu& menu : m_menus) {
+        painter.setClipRect(menu.rect);
+        if (menu.title == u"Apple"_s) {
+            painter.drawEllipse(menu.rect.center(), 5 * m_scale, 5 * m_scale);
+            continue;
+        }
+        painter.setFont(barFont(m_scale, !named));
+        named = true;
+        painter.drawText(menu.rect, Qt::AlignCenter, menu.title);
     }
+    painter.restore();
+}
+
+// The camera housing: black, its lower corners rounded.
+void SimMenuBarScene::paintNotch(QPainter& painter, const QRectF& notch) const
+{
+    const double radius = 8.0 * m_scale;
+    QPainterPath path;
+    path.moveTo(notch.topLeft());
+    path.lineTo(notch.topRight());
+    path.lineTo(notch.right(), notch.bottom() - radius);
+    path.quadTo(notch.bottomRight(), QPointF(notch.right() - radius, notch.bottom()));
+    path.lineTo(notch.left() + radius, notch.bottom());
+    path.quadTo(notch.bottomLeft(), QPointF(notch.left(), notch.bottom() - radius));
+    path.closeSubpath();
+    painter.save();
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::black);
+    painter.drawPath(path);
     painter.restore();
 }
 
@@ -319,6 +345,8 @@ void SimMenuBarScene::paintItem(QPainter& painter, const Item& item, const Look&
     painter.setClipRect(item.rect);
     if (item.offScreen)
         painter.setOpacity(0.6);
+    if (!item.shown)
+        painter.setOpacity(0.3);
     if (item.own) {
         if (look.ownHighlighted) {
             painter.setPen(Qt::NoPen);
@@ -379,7 +407,7 @@ void SimMenuBarScene::paintOverflow(QPainter& painter, const Look& look) const
     painter.fillRect(m_overflow, QColor(0x3b, 0x3f, 0x46));
     painter.fillRect(m_overflow, QBrush(QColor(0x55, 0x5b, 0x64), Qt::BDiagPattern));
     QRectF bar = m_overflow;
-    bar.setHeight(SimDesktop::menuBarHeight * m_scale);
+    bar.setHeight(m_strips.first().bar.height());
     painter.fillRect(bar, QColor(0xc9, 0xcb, 0xcf, 200));
     painter.setPen(labelColour);
     painter.drawText(m_overflow.adjusted(4, 0, -4, -2), Qt::AlignBottom | Qt::AlignLeft,

@@ -18,12 +18,15 @@ namespace tk {
 class SimDesktop;
 
 // The simulated screens' menu bars as a picture: one strip per screen, stacked, each its bar
-// and the top of its desktop, all at one scale. Only the primary screen's bar holds items;
-// items the layout pushes past its left edge stand in an "off screen" zone left of it, so
-// that none is ever out of reach. Positions are in the picture's pixels. Open menus are drawn
-// below the bar, the primary screen's desk deepening to hold them: an application's item menu
-// that a press opened, under its item, and Tuckaway's own menu when one is given, under its
-// icon, with its first submenu open as when the pointer rests on that entry.
+// (as tall as its notch, which is drawn) and the top of its desktop, all at one scale. Only
+// the primary screen's bar holds items and the frontmost application's menus; items the
+// layout pushes past its left edge stand in an "off screen" zone left of it, so that none is
+// ever out of reach. Items the system does not draw (under or beyond the notch, over the
+// menus) are left out, but for Tuckaway's own, drawn faintly so that it can be dragged back.
+// Positions are in the picture's pixels. Open menus are drawn below the bar, the primary
+// screen's desk deepening to hold them: an application's item menu that a press opened, under
+// its item, and Tuckaway's own menu when one is given, under its icon, with its first submenu
+// open as when the pointer rests on that entry.
 class SimMenuBarScene {
 public:
     static constexpr double deskDepth = 40.0; // points of desktop below each bar
@@ -38,6 +41,7 @@ public:
         QRectF area; // the bar and the desk below it
         QRectF bar;
         QRectF label;
+        std::optional<QRectF> notch;
     };
 
     struct Item {
@@ -45,12 +49,19 @@ public:
         int index = 0;
         bool own = false;
         bool offScreen = false; // not wholly inside the primary screen
+        bool shown = true;      // not under the notch or over the frontmost application's menus
         QRectF rect;
         QString title;       // the item's title when it has a text one
         QString description; // what names it otherwise
     };
 
     // What changes from one drawing to the next without changing the layout.
+    // One of the frontmost application's menus, on the primary screen's bar.
+    struct Menu {
+        QRectF rect;
+        QString title;
+    };
+
     struct Look {
         QString language;
         QImage glyph; // the status item's image as the application set it; null: none yet
@@ -95,9 +106,11 @@ public:
 private:
     void layOutStrips(const SimDesktop& desktop);
     void layOutItems(const SimDesktop& desktop);
+    void layOutMenus(const SimDesktop& desktop);
     QRectF toScene(const Rect& accessibilityFrame) const;
     void paintStrip(QPainter& painter, const Strip& strip, const Look& look) const;
-    void paintAppMenus(QPainter& painter, const Strip& strip, const Look& look) const;
+    void paintAppMenus(QPainter& painter, const Look& look) const;
+    void paintNotch(QPainter& painter, const QRectF& notch) const;
     void paintItem(QPainter& painter, const Item& item, const Look& look) const;
     void paintGlyph(QPainter& painter, const QRectF& rect, const Look& look) const;
     void paintOverflow(QPainter& painter, const Look& look) const;
@@ -119,6 +132,7 @@ private:
     QSizeF m_size;
     QList<Strip> m_strips;
     QList<Item> m_items;
+    QList<Menu> m_menus;
     QRectF m_overflow;
     std::optional<ItemMenu> m_itemMenu;
     QList<MenuEntry> m_ownMenu;

@@ -122,6 +122,15 @@ void SimulatorPanel::launch(int launchableIndex, int count)
         showMessage(u"Apps abiertas: %1."_s, {QString::number(launched)});
 }
 
+// Its menus take the bar's left part; the items over them are no longer drawn.
+void SimulatorPanel::bringToFront(qint32 pid)
+{
+    if (!m_desktop.setFrontmost(pid))
+        showMessage(u"Tuckaway no tiene menús: no se pone al frente."_s);
+    else
+        refreshApplications();
+}
+
 void SimulatorPanel::quitApplication(qint32 pid)
 {
     if (pid == m_desktop.ownPid()) {
@@ -187,8 +196,12 @@ QWidget* SimulatorPanel::buildApplications()
     m_applications = new QListWidget(m_applicationsBox);
     m_applications->setSelectionMode(QAbstractItemView::SingleSelection);
     layout->addWidget(m_applications, 1);
+    auto* chosenRow = new QHBoxLayout;
     m_quit = new QPushButton(m_applicationsBox);
-    layout->addWidget(m_quit);
+    m_front = new QPushButton(m_applicationsBox);
+    chosenRow->addWidget(m_quit);
+    chosenRow->addWidget(m_front);
+    layout->addLayout(chosenRow);
     auto* launchRow = new QHBoxLayout;
     m_catalogue = new QComboBox(m_applicationsBox);
     refreshLaunchables();
@@ -204,6 +217,12 @@ QWidget* SimulatorPanel::buildApplications()
     connect(m_quit, &QPushButton::clicked, this, [this] {
         if (const QListWidgetItem* row = m_applications->currentItem())
             quitApplication(row->data(Qt::UserRole).toInt());
+        else
+            showMessage(u"Elige antes una app de la lista."_s);
+    });
+    connect(m_front, &QPushButton::clicked, this, [this] {
+        if (const QListWidgetItem* row = m_applications->currentItem())
+            bringToFront(row->data(Qt::UserRole).toInt());
         else
             showMessage(u"Elige antes una app de la lista."_s);
     });
@@ -271,6 +290,8 @@ void SimulatorPanel::refreshApplications()
         label += u" · pid "_s + QString::number(app.pid);
         if (app.pid == m_desktop.ownPid())
             label += u" · "_s + text(u"esta app"_s);
+        if (app.pid == m_desktop.frontmost())
+            label += u" · "_s + text(u"al frente"_s);
         auto* row = new QListWidgetItem(label, m_applications);
         row->setData(Qt::UserRole, app.pid);
         if (app.pid == selected)
@@ -313,6 +334,7 @@ void SimulatorPanel::retranslate()
 {
     m_applicationsBox->setTitle(text(u"Apps abiertas"_s));
     m_quit->setText(text(u"Salir de la app elegida"_s));
+    m_front->setText(text(u"Poner al frente"_s));
     m_launch->setText(text(u"Abrir"_s));
     m_accessibilityBox->setTitle(text(u"Permiso de Accesibilidad"_s));
     m_trusted->setText(text(u"Concedido a esta copia de Tuckaway"_s));

@@ -54,6 +54,8 @@ public:
 
     // What the panel's controls do.
     void launch(int launchableIndex, int count);
+    // The application becomes the frontmost one, whose menus the bar shows.
+    void bringToFront(qint32 pid);
     void quitApplication(qint32 pid);
     void setAccessibilityGranted(bool granted);
     void setFrameworkMode(FrameworkMode mode);
@@ -104,6 +106,7 @@ private:
     QGroupBox* m_applicationsBox = nullptr;
     QListWidget* m_applications = nullptr;
     QPushButton* m_quit = nullptr;
+    QPushButton* m_front = nullptr; // the chosen application becomes the frontmost one
     QComboBox* m_catalogue = nullptr;
     QSpinBox* m_count = nullptr;
     QPushButton* m_launch = nullptr;

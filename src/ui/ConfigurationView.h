@@ -56,6 +56,9 @@ public:
         // Tuckaway's icon in accessibility space, what the boundary mode measures against;
         // nothing when its place cannot be read.
         std::function<std::optional<Rect>()> boundary = {};
+        // The applications of the latest scan with an icon out of sight, each named with why
+        // as a Spanish text, one line per application and reason.
+        std::function<QStringList()> unseen = {};
     };
 
     // One row of the manual list: an application's bundle identifier and what it is

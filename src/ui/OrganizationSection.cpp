@@ -9,12 +9,13 @@
 #include "visibility/VisibilityController.h"
 
 #include <QEvent>
-#include <QHash>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QSet>
 #include <QStyledItemDelegate>
 
 namespace tk {
@@ -68,7 +69,9 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
       m_warning(ViewStyle::text(ViewStyle::Text::Body, this)),
       m_count(ViewStyle::text(ViewStyle::Text::Caption, this, true)),
       m_reasonsTitle(ViewStyle::text(ViewStyle::Text::Callout, this)),
-      m_reasons(ViewStyle::text(ViewStyle::Text::Caption, this, true))
+      m_reasons(ViewStyle::text(ViewStyle::Text::Caption, this, true)),
+      m_unseenTitle(ViewStyle::text(ViewStyle::Text::Callout, this)),
+      m_unseen(ViewStyle::text(ViewStyle::Text::Caption, this, true))
 {
     setObjectName(u"organizationSection"_s);
     m_mode->setObjectName(u"modePicker"_s);
@@ -93,6 +96,9 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
     m_reasonsTitle->setObjectName(u"reasonsTitle"_s);
     m_reasons->setObjectName(u"reasons"_s);
     m_reasons->setTextFormat(Qt::PlainText);
+    m_unseenTitle->setObjectName(u"unseenTitle"_s);
+    m_unseen->setObjectName(u"unseen"_s);
+    m_unseen->setTextFormat(Qt::PlainText);
     add(m_title);
     add(m_mode);
     add(m_explanation);
@@ -103,6 +109,8 @@ OrganizationSection::OrganizationSection(const ViewContext& context, QWidget* pa
     add(m_count);
     add(m_reasonsTitle);
     add(m_reasons);
+    add(m_unseenTitle);
+    add(m_unseen);
     column()->addStretch(1);
     connect(m_mode, &ChoicePicker::chosen, this, [this](const QString& mode) {
         m_context.edit([&](SettingsData& record) { record.mode = mode; });
@@ -147,6 +155,23 @@ void OrganizationSection::render()
     renderTexts();
     renderList();
     renderReasons();
+    renderUnseen();
+}
+
+// Whatever the mode: an icon out of sight is lost to the user either way.
+void OrganizationSection::renderUnseen()
+{
+    const QStringList found =
+        m_context.services.unseen ? m_context.services.unseen() : QStringList();
+    QStringList lines;
+    for (const QString& line : found)
+        lines << m_context.text(line);
+    lines << QString() // a line apart: the remedy
+          << m_context.text(u"Para verlos, oculta el grupo o ábrelos desde Iconos ocultos."_s);
+    m_unseenTitle->setText(m_context.text(u"Iconos que no se ven"_s));
+    m_unseen->setText(lines.join(u'\n'));
+    m_unseenTitle->setVisible(!found.isEmpty());
+    m_unseen->setVisible(!found.isEmpty());
 }
 
 void OrganizationSection::renderTexts()
@@ -216,11 +241,16 @@ void OrganizationSection::renderReasons()
         items.append({*item.bundleID, item.frame});
         names.insert(*item.bundleID, item.app);
     }
-    const QList<BoundaryPolicy::Decision> decisions = BoundaryPolicy::decisions(
+    QList<BoundaryPolicy::Decision> decisions = BoundaryPolicy::decisions(
         items, boundary.value_or(Rect::null()),
         m_context.services.workspace.mainBundleIdentifier().value_or(QString()));
+    // A scan while the group is hidden reads no place for the hidden items: they are hidden.
+    const QSet<QString> hidden =
+        m_context.visibility.active() ? m_context.visibility.hiddenTargets() : QSet<QString>();
     QStringList lines;
-    for (const BoundaryPolicy::Decision& decision : decisions) {
+    for (BoundaryPolicy::Decision& decision : decisions) {
+        if (hidden.contains(decision.bundle))
+            decision.reason = BoundaryPolicy::Reason::Hidden;
         const QString name = names.value(decision.bundle);
         const QString who = name.isEmpty() || name == decision.bundle
                                 ? decision.bundle

@@ -25,6 +25,7 @@ private:
     void renderTexts();
     void renderList();
     void renderReasons();
+    void renderUnseen();
     void fillList(const QList<ConfigurationView::ListedApp>& apps);
     bool listShows(const QList<ConfigurationView::ListedApp>& apps) const;
     void itemToggled(QListWidgetItem* item);
@@ -40,6 +41,8 @@ private:
     QLabel* m_count;
     QLabel* m_reasonsTitle;
     QLabel* m_reasons;
+    QLabel* m_unseenTitle;
+    QLabel* m_unseen;
 };
 
 } // namespace tk

@@ -55,6 +55,8 @@ public:
     void restore();
     // Re-applies the hiding with the applications running now.
     void runningApplicationsChanged();
+    // A status line of the shell's own, such as what a scan found; the hiding state stays.
+    void announce(const QString& message) { setMessage(message); }
 
 signals:
     void activeChanged(bool active);

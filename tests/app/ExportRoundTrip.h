@@ -3,6 +3,7 @@
 // One simulated desktop through an export and back: what the first scan and the boundary's
 // decisions see on the desktop, and on the scenario its export writes.
 #include "app/ScenarioExport.h"
+#include "app/UnseenIcons.h"
 #include "core/Identity.h"
 #include "inspection/AXScanner.h"
 #include "platform/sim/SimDesktop.h"
@@ -27,9 +28,11 @@ struct Seen {
 inline QList<ScanApp> scannedApplications(SimPlatform& platform)
 {
     QList<ScanApp> apps;
+    const std::optional<qint32> front = platform.workspace().frontmostApplication();
     for (const RunningApplication& running : platform.workspace().runningApplications()) {
         if (running.pid != platform.desktop().ownPid())
-            apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName};
+            apps << ScanApp{running.pid, running.bundleIdentifier, running.localizedName,
+                            running.pid == front};
     }
     return apps;
 }
@@ -60,6 +63,12 @@ inline Seen seen(SimPlatform& platform, const ScanResult& result, const std::opt
         if (item.bundleID)
             positioned.append({*item.bundleID, item.frame});
     }
+    seen.lines << u"menus "_s + (result.frontMenus ? result.frontMenus->text() : u"none"_s);
+    const QList<SightPolicy::Screen> screens =
+        UnseenIcons::sightScreens(platform.desktopServices().screens());
+    for (const UnseenIcon& unseen : UnseenIcons::of(result.items, screens, result.frontMenus))
+        seen.lines << u"unseen "_s + unseen.application + u' ' +
+                          SightPolicy::reasonWord(unseen.reason);
     seen.lines << u"boundary "_s + (icon ? icon->text() : u"none"_s);
     for (const BoundaryPolicy::Decision& decision : BoundaryPolicy::decisions(
              positioned, icon.value_or(Rect::null()), Identity::bundleIdentifier))
@@ -75,6 +84,7 @@ inline ExportedDesktop exportedDesktop(SimPlatform& platform)
     ExportedDesktop desktop;
     desktop.screens = platform.desktopServices().screens();
     desktop.ownPid = platform.desktop().ownPid();
+    desktop.frontmost = platform.workspace().frontmostApplication();
     desktop.ownIcon = platform.desktop().statusItemFrame();
     desktop.trusted = platform.desktop().isTrusted();
     desktop.frameworkAvailable = platform.visibilityBridge().isAvailable();

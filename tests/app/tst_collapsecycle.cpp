@@ -1,4 +1,5 @@
 #include "ShellFixture.h"
+#include "app/UnseenIcons.h"
 #include "artwork/StatusGlyph.h"
 #include "platform/sim/SimAccessibility.h"
 
@@ -48,6 +49,7 @@ private Q_SLOTS:
     void applySettingsNotices();
     void screensChange_data();
     void screensChange();
+    void unseenIconsCountedAndNamed();
 };
 
 // A left click on the default desktop in boundary mode, from the click to the notice. The menu
@@ -64,9 +66,10 @@ void TestCollapseCycle::oneClickTraced()
             entries << entry.title + u'|' + (entry.isSeparator ? u"-"_s : entry.keyEquivalent);
         return entries;
     };
+    // The laptop's notch keeps icons out of sight: they can be reached from the menu.
     QCOMPARE(menu(StatusItemEvent::Kind::RightMouseUp, false),
              (QStringList{u"Ocultar grupo|"_s, u"Mostrar todo y pausar|"_s, u"Configuración…|,"_s,
-                          u"|-"_s, u"Salir de Tuckaway|q"_s}));
+                          u"Iconos ocultos|"_s, u"|-"_s, u"Salir de Tuckaway|q"_s}));
     shell.click();
     QCOMPARE(shell.item().menuCount(), 1);
     QCOMPARE(shell.app->collapseGeneration(), 1);
@@ -466,4 +469,28 @@ void TestCollapseCycle::screensChange()
 }
 
 QTEST_MAIN(TestCollapseCycle)
+// Every item counts, each application is named once; one item is said in the singular.
+void TestCollapseCycle::unseenIconsCountedAndNamed()
+{
+    const auto at = [](const QString& bundle, const QString& name, const QString& path, double x) {
+        ExternalItem item;
+        item.id = bundle + u':' + path + u":t"_s;
+        item.bundleID = bundle;
+        item.app = name;
+        item.frame = Rect{x, 0, 20, 32};
+        return item;
+    };
+    const QList<SightPolicy::Screen> screens = UnseenIcons::sightScreens(
+        {{Rect{0, 0, 1512, 982}, Rect{0, 74, 1512, 876}, Rect{663.5, 950, 185, 32}}});
+    const QList<ExternalItem> items{at(u"com.a"_s, u"Alpha"_s, u"extras.0"_s, 700),
+                                    at(u"com.a"_s, u"Alpha"_s, u"extras.0.1"_s, 700),
+                                    at(u"com.a"_s, u"Alpha"_s, u"extras.1"_s, 600),
+                                    at(u"com.b"_s, u"Beta"_s, u"extras.0"_s, 900)};
+    const QList<UnseenIcon> unseen = UnseenIcons::of(items, screens, std::nullopt);
+    QCOMPARE(UnseenIcons::statusLine(unseen), u"2 iconos no se ven: Alpha"_s);
+    QCOMPARE(UnseenIcons::statusLine(unseen.mid(1)), u"1 icono no se ve: Alpha"_s);
+    QCOMPARE(L10n::text(UnseenIcons::statusLine(unseen.mid(1)), u"en"_s),
+             u"1 icon cannot be seen: Alpha"_s);
+}
+
 #include "tst_collapsecycle.moc"

@@ -36,6 +36,8 @@ public:
         for (int i = 0; i < count; ++i)
             apps.append(application(i));
         root.insert(u"apps"_s, apps);
+        if (count > 0 && chance(0.5))
+            root.insert(u"frontmost"_s, 10 + int(m_random.bounded(count)));
         if (chance(0.2))
             root.insert(u"framework"_s, QJsonObject{{u"present"_s, false}});
         return root;
@@ -57,7 +59,11 @@ private:
     {
         m_primary = {0, 0, double(800 + m_random.bounded(2000)),
                      double(600 + m_random.bounded(1000))};
-        QJsonArray list{QJsonObject{{u"frame"_s, rect(m_primary)}}};
+        QJsonObject primary{{u"frame"_s, rect(m_primary)}};
+        if (chance(0.5))
+            primary.insert(u"notch"_s, QJsonObject{{u"width"_s, fraction(100, 300)},
+                                                   {u"height"_s, fraction(24, 40)}});
+        QJsonArray list{primary};
         for (int i = int(m_random.bounded(3)); i > 0; --i)
             list.append(QJsonObject{{u"frame"_s, rect({fraction(-3000, 3000), fraction(-2000, 2000),
                                                        fraction(1, 16384), fraction(1, 16384)})}});
@@ -139,6 +145,12 @@ private:
         for (int i = int(m_random.bounded(4)); i > 0; --i)
             items.append(element(0));
         app.insert(u"items"_s, items);
+        QJsonArray menus;
+        for (int i = chance(0.5) ? int(m_random.bounded(9)) : 0; i > 0; --i)
+            menus.append(chance(0.5) ? QJsonValue(text())
+                                     : QJsonObject{{u"width"_s, fraction(0, 400)}});
+        if (!menus.isEmpty())
+            app.insert(u"menus"_s, menus);
         return app;
     }
 

@@ -62,15 +62,15 @@ void TestDesktopScan::scansTheBuiltInDesktop()
     QVERIFY2(
         report.endsWith(
             u"\nLumen / Brightness: acciones=[\"AXPress\", \"AXIncrement\", \"AXDecrement\"]; "
-            "posición modificable=true; consulta=0; frame={{814, 0}, {28, 24}}\n"
+            "posición modificable=true; consulta=0; frame={{814, 0}, {28, 32}}\n"
             "Tallyclock / : acciones=[\"AXPress\"]; posición modificable=false; "
-            "consulta=-25205; frame={{750, 0}, {64, 24}}\n"
+            "consulta=-25205; frame={{750, 0}, {64, 32}}\n"
             "Tinkertray / Tinkertray: acciones=[]; posición modificable=false; consulta=0; "
-            "frame={{722, 0}, {28, 24}}\n"
+            "frame={{722, 0}, {28, 32}}\n"
             "Hushmic / Icono sin etiqueta: acciones=[\"AXPress\"]; posición modificable=false; "
             "consulta=0; frame=nil\n"
             "App / Tunnelwise: acciones=[\"AXPress\"]; posición modificable=false; consulta=0; "
-            "frame={{664, 0}, {30, 24}}\n"
+            "frame={{664, 0}, {30, 32}}\n"
             "Detectados: 20. No se ha modificado ningún icono externo. La ausencia de "
             "resultados no demuestra ausencia de iconos."_s),
         qPrintable(report));
@@ -145,9 +145,9 @@ void TestDesktopScan::permissionWithdrawnMidWalkFailsTheRestOfIt()
     const QStringList lines = inspector.report().split(u'\n');
     QCOMPARE(lines.at(2), u"Accessibility autorizado: sí"_s);
     QCOMPARE(lines.at(3), u"App 8001 / item: acciones=[\"AXPress\"]; posición modificable=false; "
-                          u"consulta=0; frame={{1480, 0}, {24, 24}}"_s);
+                          u"consulta=0; frame={{1480, 0}, {24, 32}}"_s);
     QCOMPARE(lines.at(4), u"App 8002 / item: acciones=[]; posición modificable=false; "
-                          u"consulta=-25211; frame={{1456, 0}, {24, 24}}"_s);
+                          u"consulta=-25211; frame={{1456, 0}, {24, 32}}"_s);
     QVERIFY(lines.at(5).startsWith(u"Detectados: 2."_s));
 }
 

@@ -56,6 +56,22 @@ void TestSimScenario::refusesBadContent_data()
         u"apps[0].items: must be empty for an application without extras menu bar"_s);
     row("flat screen", R"({"screens": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 0}}]})",
         u"screens[0].frame.height: must be greater than 0"_s);
+    row("notch as wide as its screen",
+        R"({"screens": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 600}, )"
+        R"("notch": {"width": 800, "height": 30}}]})",
+        u"screens[0].notch.width: must be narrower than its screen"_s);
+    row("notch without height",
+        R"({"screenSets": {"laptop": [{"frame": {"x": 0, "y": 0, "width": 800, "height": 600}, )"
+        R"("notch": {"width": 180}}]}})",
+        u"screenSets.laptop[0].notch.height: is required"_s);
+    row("menu with width and frame",
+        R"({"apps": [{"pid": 1, "menus": [{"title": "File", "width": 40, )"
+        R"("frame": {"x": 0, "y": 0, "width": 40, "height": 24}}]}]})",
+        u"apps[0].menus[0].frame: cannot be given together with width"_s);
+    row("menu that is a number", R"({"apps": [{"pid": 1, "menus": [3]}]})",
+        u"apps[0].menus[0]: must be an object"_s);
+    row("frontmost not running", R"({"apps": [{"pid": 1}], "frontmost": 2})",
+        u"frontmost: 2 is the pid of no application of apps"_s);
     row("shortcut key", R"({"takenShortcuts": [{"key": "Q", "modifiers": "controlShift"}]})",
         u"takenShortcuts[0].key: must be one of M, B, Space"_s);
     row("fractional press result", R"({"apps": [{"pid": 1, "items": [{"pressResult": 0.5}]}]})",

@@ -86,6 +86,8 @@ void TestScripts::scriptsThroughTheProgram_data()
         u"remembered.json"_s);
     row("what a scan meets on its way", u"midscan.script"_s, 0);
     row("one hidden icon reached, refused, gone", u"reveal.script"_s, 0, {}, u"reveal.json"_s);
+    row("icons under the notch and over the menus, seen again once hidden", u"notch.script"_s, 0,
+        {}, u"notch.json"_s);
     shows("screens changing", u"screens.script"_s, u"system.json"_s,
           {u"Pantallas: 800 × 600 @ 0,0 · 1000 × 600 @ -1000,0"_s, u"Pantallas: ninguna"_s,
            u"Aviso: Aún no se puede leer la posición del separador."_s,

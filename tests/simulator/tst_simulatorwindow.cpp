@@ -241,6 +241,11 @@ void TestSimulatorWindow::panelChangesTheDesktop()
     panel.quitApplication(desktop.ownPid()); // only its own menu quits Tuckaway
     QVERIFY(desktop.application(desktop.ownPid()));
     QVERIFY(panel.message().contains(u"«Salir de Tuckaway»"_s));
+    panel.bringToFront(12);
+    QCOMPARE(desktop.frontmost(), 12);
+    panel.bringToFront(desktop.ownPid());
+    QCOMPARE(desktop.frontmost(), 12);
+    QVERIFY(panel.message().contains(u"no tiene menús"_s));
 
     // A hundred new items cannot fit on a 1000-point bar; they stand off screen, in reach.
     const int before = int(desktop.applications().size());

@@ -76,7 +76,7 @@ struct ViewFixture {
             ConfigurationView::Services{panels, platform->accessibility(),
                                         platform->privacySettings(), platform->visibilityBridge(),
                                         platform->workspace(), {}, {},
-                                        [this] { return boundary; }});
+                                        [this] { return boundary; }, [this] { return unseen; }});
         view->resize(ConfigurationView::idealSize);
         view->show();
     }
@@ -130,6 +130,7 @@ struct ViewFixture {
     std::unique_ptr<ConfigurationView> view;
     int refreshes = 0, toggles = 0, applies = 0;
     std::optional<Rect> boundary = Rect{1000.0, 0.0, 22.0, 24.0}; // Tuckaway's icon
+    QStringList unseen; // what the shell found out of sight
 };
 
 const QStringList sectionNames = {u"generalSection"_s, u"organizationSection"_s,
@@ -337,10 +338,15 @@ private Q_SLOTS:
                               u"X (com.apple.x): Visible: es un elemento del sistema."_s,
                               u"beta (com.b): Visible: tiene iconos a ambos lados del nuestro."_s,
                               u"org.c: Visible: tiene un icono sin posición legible."_s}));
+        QVERIFY(!f.find<QLabel>(u"unseen"_s)->isVisible());
         f.boundary.reset();
+        f.unseen = {u"Lumen: bajo la muesca"_s, u"Clipjar: tapado por los menús"_s};
         f.preferences.setLanguage(u"en"_s);
         QCOMPARE(reasons->text().section(u'\n', 0, 0),
                  u"Alpha (com.a): Visible: the position of our icon cannot be read."_s);
+        QCOMPARE(f.labelText(u"unseen"_s).split(u'\n').mid(0, 2),
+                 QStringList({u"Lumen: under the notch"_s, u"Clipjar: covered by the menus"_s}));
+        f.unseen.clear();
 
         f.preferences.setLanguage(u"es"_s);
         f.changeRecord(
@@ -490,6 +496,7 @@ private:
             r.autoCollapse = false;
             r.hotkey = HotKeySettings{};
         });
+        f.unseen = {u"Nimbus Sync: bajo la muesca"_s, u"syncwatch: fuera de la pantalla"_s};
         f.desktop.setTrusted(false);
         f.preferences.setNotice(u"Configuración exportada."_s);
         f.picker(u"languagePicker"_s)->choose(language);
@@ -514,11 +521,13 @@ private:
         }
         if (language == u"en") // no bundle version
             QCOMPARE(f.labelText(u"versionLine"_s), u"Version 1.0 · macOS 27"_s);
-        // The whole of the longest section, beyond what the window shows without scrolling.
-        f.preferences.setSection(ConfigurationView::General);
-        QCoreApplication::processEvents();
-        const QString whole = folder + u"/section0-whole.png"_s;
-        QVERIFY(f.find<QWidget>(u"sectionColumn"_s)->grab().save(whole));
+        // The whole of the longest sections, beyond what the window shows without scrolling.
+        for (const int section : {ConfigurationView::General, ConfigurationView::Organization}) {
+            f.preferences.setSection(section);
+            QCoreApplication::processEvents();
+            const QString whole = u"%1/section%2-whole.png"_s.arg(folder).arg(section);
+            QVERIFY(f.find<QWidget>(u"sectionColumn"_s)->grab().save(whole));
+        }
     }
 };
 

@@ -1,4 +1,5 @@
 #include "visibility/BoundaryPolicy.h"
+#include "visibility/SightPolicy.h"
 #include "visibility/VisibilityPolicy.h"
 
 #include <QTest>
@@ -35,6 +36,8 @@ private Q_SLOTS:
     void boundaryReasons_data();
     void boundaryReasons();
     void decisionsAreSortedAndReasonWordsRoundTrip();
+    void sightReasons_data();
+    void sightReasons();
 };
 
 void TestVisibilityPolicy::allowListMembershipAndOrder_data()
@@ -157,6 +160,44 @@ void TestVisibilityPolicy::decisionsAreSortedAndReasonWordsRoundTrip()
     for (const QString& word : BoundaryPolicy::reasonWords())
         QCOMPARE(BoundaryPolicy::reasonWord(BoundaryPolicy::reasonNamed(word).value()), word);
     QVERIFY(!BoundaryPolicy::reasonNamed(u"Hidden"_s));
+}
+
+// A laptop with a notch, a notched display right of it and one without below it, whose
+// bar shows the frontmost application's menus.
+void TestVisibilityPolicy::sightReasons_data()
+{
+    QTest::addColumn<Rect>("frame");
+    QTest::addColumn<QString>("expected"); // the reason's word; empty: seen
+    const auto row = [](const char* name, Rect frame, const QString& expected) {
+        QTest::newRow(name) << frame << expected;
+    };
+    const QString notch = u"under-notch"_s;
+    row("right of the notch", {900, 0, 28, 32}, {});
+    row("touching the notch's right edge", {848.5, 0, 28, 32}, {});
+    row("a fraction into the notch", {848.4, 0, 28, 32}, notch);
+    row("beyond the notch", {500, 0, 28, 32}, notch);
+    row("below the notch's row", {700, 32, 28, 32}, {});
+    row("the other display's own notch", {1900, 0, 28, 24}, notch);
+    row("right of the other display's notch", {2572, 0, 28, 24}, {});
+    row("over the menus", {300, 982, 28, 24}, u"covered"_s);
+    row("touching the menus' right edge", {308, 982, 28, 24}, {});
+    row("left of every screen", {-100, 0, 28, 32}, u"off-screen"_s);
+    row("touching the primary screen's left edge", {-28, 0, 28, 32}, u"off-screen"_s);
+    row("a fraction onto the primary screen", {-27, 0, 28, 32}, notch);
+    row("no frame", Rect::null(), {});
+    row("no width", {900, 0, 0, 32}, {});
+}
+
+void TestVisibilityPolicy::sightReasons()
+{
+    QFETCH(Rect, frame);
+    QFETCH(QString, expected);
+    const QList<SightPolicy::Screen> screens{{{0, 0, 1512, 982}, Rect{663.5, 0, 185, 32}},
+                                             {{1512, 0, 1920, 1080}, Rect{2372, 0, 200, 30}},
+                                             {{0, 982, 1512, 982}, std::nullopt}};
+    const std::optional<Rect> menus = Rect{8, 982, 300, 24};
+    const std::optional<SightPolicy::Reason> reason = SightPolicy::reason(frame, screens, menus);
+    QCOMPARE(reason ? SightPolicy::reasonWord(*reason) : QString(), expected);
 }
 
 QTEST_GUILESS_MAIN(TestVisibilityPolicy)

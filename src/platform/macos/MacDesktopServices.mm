@@ -9,6 +9,7 @@
 #include <objc/runtime.h>
 #include <unistd.h>
 #include <QWidget>
+#include <algorithm>
 #include <functional>
 
 // Answers the "reopen" Apple event, sent when the running application is opened again.
@@ -67,9 +68,26 @@ Rect rectOf(NSRect rect)
     return Rect{rect.origin.x, rect.origin.y, rect.size.width, rect.size.height};
 }
 
+// The notch is the gap between the screen's two unobscured top corners, which run from
+// the screen's edges; a screen without one has neither. Only their extents are used, so
+// that the corners' own origin does not matter.
+std::optional<Rect> notchOf(NSScreen* screen)
+{
+    const NSRect left = screen.auxiliaryTopLeftArea;
+    const NSRect right = screen.auxiliaryTopRightArea;
+    if (NSIsEmptyRect(left) || NSIsEmptyRect(right))
+        return std::nullopt;
+    const NSRect frame = screen.frame;
+    const double width = double(NSWidth(frame) - NSWidth(left) - NSWidth(right));
+    const double height = std::max(double(NSHeight(left)), double(NSHeight(right)));
+    if (width <= 0.0)
+        return std::nullopt;
+    return Rect{NSMinX(frame) + NSWidth(left), NSMaxY(frame) - height, width, height};
+}
+
 ScreenInfo screenInfo(NSScreen* screen)
 {
-    return {rectOf(screen.frame), rectOf(screen.visibleFrame)};
+    return {rectOf(screen.frame), rectOf(screen.visibleFrame), notchOf(screen)};
 }
 
 // The class of `view` made to accept the first mouse click: a subclass made once per view

@@ -11,6 +11,7 @@ public:
     qint32 currentProcessId() const override;
     std::optional<QString> mainBundleIdentifier() const override;
     QString operatingSystemVersionString() const override;
+    std::optional<qint32> frontmostApplication() const override;
 };
 
 } // namespace tk

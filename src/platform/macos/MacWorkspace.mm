@@ -45,4 +45,12 @@ QString MacWorkspace::operatingSystemVersionString() const
     }
 }
 
+std::optional<qint32> MacWorkspace::frontmostApplication() const
+{
+    @autoreleasepool {
+        NSRunningApplication* front = NSWorkspace.sharedWorkspace.frontmostApplication;
+        return front ? std::optional<qint32>(front.processIdentifier) : std::nullopt;
+    }
+}
+
 } // namespace tk

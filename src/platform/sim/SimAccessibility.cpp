@@ -24,7 +24,7 @@ namespace {
 // is, and an element of an application that has quit is no longer valid.
 class SimAXElement final : public AXElement {
 public:
-    enum class Kind { Application, ExtrasMenuBar, Item };
+    enum class Kind { Application, ExtrasMenuBar, Item, MenuBar, Menu };
     // Indices from the extras menu bar down to an item; room for the levels a scan visits.
     using Path = QVarLengthArray<qsizetype, 4>;
 
@@ -151,6 +151,56 @@ QList<AXElementRef> childrenOf(const SimAXElement& parent, qsizetype count)
     return children;
 }
 
+// An application with menus has a menu bar, whether or not it is the frontmost one: its
+// menus answer where they stand while it is.
+AXAttribute menuBarOf(const Request& request)
+{
+    if (request.application->application->menus.isEmpty())
+        return failed(AXResult::noValue);
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::Element;
+    attribute.element = request.element->derived(SimAXElement::Kind::MenuBar);
+    return attribute;
+}
+
+AXAttribute menuBarAttribute(const Request& request, const QString& name)
+{
+    if (name == "AXRole"_L1)
+        return text(SimText::of(u"AXMenuBar"_s));
+    if (name != "AXChildren"_L1)
+        return failed(AXResult::attributeUnsupported);
+    QList<AXElementRef> menus;
+    for (qsizetype i = 0; i < request.application->menuFrames.size(); ++i)
+        menus.append(request.element->derived(SimAXElement::Kind::Menu, {i}));
+    return elementList(menus);
+}
+
+AXAttribute menuAttribute(const Request& request, const QString& name)
+{
+    const qsizetype index = request.element->path.value(0, -1);
+    const QList<Rect>& frames = request.application->menuFrames;
+    const QList<SimMenu>& menus = request.application->application->menus;
+    if (index < 0 || index >= frames.size() || index >= menus.size())
+        return failed(AXResult::invalidUIElement);
+    AXAttribute attribute;
+    const Rect& frame = frames.at(index);
+    if (name == "AXRole"_L1)
+        return text(SimText::of(u"AXMenuBarItem"_s));
+    if (name == "AXTitle"_L1)
+        return text(SimText::of(menus.at(index).title));
+    if (name == "AXPosition"_L1) {
+        attribute.kind = AXAttribute::Kind::PointValue;
+        attribute.point = QPointF(frame.x, frame.y);
+        return attribute;
+    }
+    if (name == "AXSize"_L1) {
+        attribute.kind = AXAttribute::Kind::SizeValue;
+        attribute.size = QSizeF(frame.width, frame.height);
+        return attribute;
+    }
+    return failed(AXResult::attributeUnsupported);
+}
+
 AXAttribute applicationAttribute(const Request& request, const QString& name)
 {
     const SimApplication& app = *request.application->application;
@@ -161,6 +211,8 @@ AXAttribute applicationAttribute(const Request& request, const QString& name)
         return app.name ? text(SimText::of(*app.name)) : failed(AXResult::noValue);
     if (name == "AXChildren"_L1)
         return elementList({});
+    if (name == "AXMenuBar"_L1)
+        return menuBarOf(request);
     if (name != "AXExtrasMenuBar"_L1)
         return failed(AXResult::attributeUnsupported);
     if (!app.hasExtrasMenuBar)
@@ -240,6 +292,10 @@ AXAttribute answer(const Request& request, const QString& name)
         return barAttribute(request, name);
     case SimAXElement::Kind::Item:
         return itemAttribute(request, name);
+    case SimAXElement::Kind::MenuBar:
+        return menuBarAttribute(request, name);
+    case SimAXElement::Kind::Menu:
+        return menuAttribute(request, name);
     }
     return failed(AXResult::failure);
 }

@@ -43,7 +43,8 @@ SimBarKey SimDesktop::statusItemKey()
 // order; Tuckaway's stands at the place the user defaults remember, else the scenario's.
 SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* parent)
     : QObject(parent), m_scenario(std::move(scenario)), m_defaults(defaults),
-      m_order(m_scenario.remembered), m_trusted(m_scenario.trusted)
+      m_frontmost(m_scenario.frontmost), m_order(m_scenario.remembered),
+      m_trusted(m_scenario.trusted)
 {
     for (SimApplication& app : m_scenario.applications)
         start(std::make_shared<const SimApplication>(std::move(app)));
@@ -53,6 +54,8 @@ SimDesktop::SimDesktop(SimScenario scenario, UserDefaults* defaults, QObject* pa
         if (app->pid != ownPid())
             rememberItems(*app);
     }
+    if (m_frontmost && !otherApplication(*m_frontmost))
+        m_frontmost.reset();
     if (!m_order.contains(statusItemKey()))
         placeStatusItem(m_scenario.statusItemPlace);
     if (m_defaults) {
@@ -181,6 +184,8 @@ bool SimDesktop::quitApplication(qint32 pid)
     m_processes.remove(pid);
     m_quit.removeIf([&](const auto& earlier) { return sameApplication(*earlier, *quit); });
     m_quit.append(quit);
+    if (m_frontmost == pid)
+        m_frontmost.reset();
     closeMenuOf(pid);
     republish();
     emit applicationTerminated(pid);
@@ -275,8 +280,77 @@ Rect SimDesktop::menuBarFrame() const
 {
     if (m_scenario.screens.isEmpty())
         return Rect{};
-    const Rect primary = m_scenario.screens.first().frame;
-    return Rect{primary.x, 0.0, primary.width, menuBarHeight};
+    const SimScreen& primary = m_scenario.screens.first();
+    return Rect{primary.frame.x, 0.0, primary.frame.width, barHeight(primary)};
+}
+
+double SimDesktop::barHeight(const SimScreen& screen)
+{
+    return screen.notch ? screen.notch->height() : menuBarHeight;
+}
+
+bool SimDesktop::setFrontmost(std::optional<qint32> pid)
+{
+    if (pid && !otherApplication(*pid))
+        return false;
+    m_frontmost = pid;
+    republish();
+    emit menuBarChanged();
+    return true;
+}
+
+QList<Rect> SimDesktop::frontMenuFrames() const
+{
+    return m_frontmost ? m_layout.menus.value(*m_frontmost) : QList<Rect>();
+}
+
+// Left to right from the primary screen's left edge, each as wide as it is; a menu the
+// scenario puts somewhere stands there, and the next one follows it.
+QList<Rect> SimDesktop::menuLayout(const SimApplication& app) const
+{
+    QList<Rect> frames;
+    if (m_scenario.screens.isEmpty())
+        return frames;
+    const Rect bar = menuBarFrame();
+    double left = bar.x + menuBarLeftMargin;
+    for (const SimMenu& menu : app.menus) {
+        const Rect frame = menu.frame.value_or(Rect{left, bar.y, menu.width, bar.height});
+        left = frame.maxX();
+        frames.append(frame);
+    }
+    return frames;
+}
+
+// Right to left, the first item that would cross the notch and every one after it go under
+// and beyond it; any item that would overlap the frontmost application's menus is not drawn.
+void SimDesktop::markUnshown(Layout& layout) const
+{
+    if (m_scenario.screens.isEmpty())
+        return;
+    std::optional<Rect> notch;
+    if (const std::optional<Rect> frame = m_scenario.screens.first().notchFrame())
+        notch = toAccessibilitySpace(*frame);
+    const QList<Rect> front = m_frontmost ? layout.menus.value(*m_frontmost) : QList<Rect>();
+    std::optional<Rect> menus;
+    for (const Rect& menu : front) {
+        if (!menus) {
+            menus = menu;
+            continue;
+        }
+        const double left = qMin(menus->minX(), menu.minX());
+        const double top = qMin(menus->minY(), menu.minY());
+        menus = Rect{left, top, qMax(menus->maxX(), menu.maxX()) - left,
+                     qMax(menus->maxY(), menu.maxY()) - top};
+    }
+    bool beyondNotch = false;
+    for (BarItem& item : layout.bar) {
+        const Rect& f = item.frame;
+        beyondNotch = beyondNotch || (notch && f.minX() < notch->maxX() &&
+                                      f.minY() < notch->maxY() && f.maxY() > notch->minY());
+        const bool overMenus = menus && f.minX() < menus->maxX() && f.maxX() > menus->minX() &&
+                               f.minY() < menus->maxY() && f.maxY() > menus->minY();
+        item.shown = !beyondNotch && !overMenus;
+    }
 }
 
 int SimDesktop::barItemCount() const
@@ -420,8 +494,13 @@ SimDesktop::Layout SimDesktop::computeLayout() const
         const Rect frame =
             fixed ? *m_scenario.statusItemFrame : Rect{right, bar.y, width, bar.height};
         frames[slot.index] = frame;
-        result.bar.append({slot.app->pid, slot.index, frame, slot.app == own});
+        result.bar.append({slot.app->pid, slot.index, frame, slot.app == own, true});
     }
+    for (const auto& app : m_running) {
+        if (!app->menus.isEmpty())
+            result.menus.insert(app->pid, menuLayout(*app));
+    }
+    markUnshown(result);
     return result;
 }
 
@@ -437,6 +516,7 @@ void SimDesktop::republish()
         state->visible = allows(*app);
         state->barFrames = current.frames.value(app->pid);
         state->barFrames.resize(app->items.size());
+        state->menuFrames = current.menus.value(app->pid);
         world->applications.insert(app->pid, std::move(state));
     }
     std::atomic_store(&m_state, std::shared_ptr<const SimWorldState>(std::move(world)));

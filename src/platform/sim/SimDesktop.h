@@ -43,6 +43,8 @@ struct SimApplicationState {
     // Where the layout put each item of its extras menu bar (accessibility space);
     // nothing while hidden.
     QList<std::optional<Rect>> barFrames;
+    // Where each of its menus stands while it is the frontmost application.
+    QList<Rect> menuFrames;
 };
 
 // One action an application's item was asked to perform, as the application took it.
@@ -73,8 +75,9 @@ class SimDesktop final : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr double menuBarHeight = 24.0; // on the primary screen
+    static constexpr double menuBarHeight = 24.0; // on a screen without a notch
     static constexpr double menuBarRightMargin = 8.0;
+    static constexpr double menuBarLeftMargin = 8.0; // left of the frontmost application's menus
     // Where the system remembers the status item's place: "NSStatusItem Preferred Position "
     // followed by its autosave name. The value is the place in decimal.
     static QString statusItemDefaultsKey();
@@ -87,6 +90,9 @@ public:
         int index = 0; // among the application's extras menu-bar items
         Rect frame;    // accessibility space
         bool own = false;
+        // Drawn: neither under nor beyond the primary screen's notch, nor over the frontmost
+        // application's menus. The system keeps the others' frames where they would stand.
+        bool shown = true;
     };
 
     // `defaults` (not owned, may be null) remembers the status item's place.
@@ -147,8 +153,18 @@ public:
     bool isApplicationVisible(qint32 pid) const;
     bool isItemVisible(qint32 pid, int index) const;
     QList<BarItem> visibleMenuBarItems() const;
-    // The menu bar of the primary screen, accessibility space; empty without a screen.
+    // The menu bar of the primary screen, accessibility space; empty without a screen. As
+    // tall as the screen's notch when it has one.
     Rect menuBarFrame() const;
+    static double barHeight(const SimScreen& screen);
+
+    // The application whose menus the menu bar shows; nothing: none.
+    std::optional<qint32> frontmost() const { return m_frontmost; }
+    // Nothing, or a running application other than this one; false (nothing changes)
+    // for another pid.
+    bool setFrontmost(std::optional<qint32> pid);
+    // The frontmost application's menus, left to right, accessibility space.
+    QList<Rect> frontMenuFrames() const;
 
     // How many items of running applications stand right of the status item, hidden ones
     // included.
@@ -196,6 +212,7 @@ private:
     struct Layout {
         QList<BarItem> bar; // visible items, right to left
         QHash<qint32, QList<std::optional<Rect>>> frames;
+        QHash<qint32, QList<Rect>> menus;
     };
     struct Slot {
         const SimApplication* app;
@@ -216,6 +233,9 @@ private:
     bool allows(const SimApplication& app) const;
     int barItemCount() const;
     Layout computeLayout() const;
+    QList<Rect> menuLayout(const SimApplication& app) const;
+    // Marks the items the system does not draw on the primary screen's bar.
+    void markUnshown(Layout& layout) const;
     // Lays the bar out afresh and publishes the new world; after every change.
     void republish();
     qint32 freshPid() const;
@@ -227,6 +247,7 @@ private:
     qint32 m_highestPid = 0;                             // of every process that ran
     QHash<qint32, std::shared_ptr<SimProcess>> m_processes; // of the running applications
     std::optional<QSet<QString>> m_allowList;
+    std::optional<qint32> m_frontmost;
     SimBarOrder m_order;
     Layout m_layout; // as of the last change: reads between changes cost nothing
     std::atomic<bool> m_trusted{true};

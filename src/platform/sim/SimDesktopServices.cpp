@@ -46,7 +46,7 @@ QList<ScreenInfo> SimDesktopServices::screens() const
 {
     QList<ScreenInfo> result;
     for (const SimScreen& screen : m_desktop.screens())
-        result.append({screen.frame, screen.visibleFrame});
+        result.append({screen.frame, screen.visibleFrame, screen.notchFrame()});
     return result;
 }
 

@@ -61,6 +61,18 @@ struct SimElement {
     QList<SimElement> children;
 };
 
+// One menu of an application's menu bar ("AXMenuBar"): laid out left to right from the
+// primary screen's left edge by its width, or standing exactly at `frame` (accessibility
+// space) when the scenario gives one.
+struct SimMenu {
+    QString title;
+    double width = 0.0;
+    std::optional<Rect> frame;
+
+    // The width a title takes in the bar when the scenario gives none.
+    static double widthOf(const QString& title) { return 16.0 + 8.0 * double(title.size()); }
+};
+
 // A running application as the simulated system knows it.
 struct SimApplication {
     qint32 pid = 0;
@@ -73,6 +85,8 @@ struct SimApplication {
     std::optional<qint64> answersBeforeHanging;
     bool hasExtrasMenuBar = true;
     QList<SimElement> items; // the extras menu bar's children, in bar order from the right
+    // The menus its menu bar shows while it is the frontmost application, left to right.
+    QList<SimMenu> menus = {};
 };
 
 // A menu-bar item as the system remembers where it stood: by its application's bundle
@@ -99,6 +113,18 @@ inline size_t qHash(const SimBarKey& key, size_t seed = 0)
 struct SimScreen {
     Rect frame;
     Rect visibleFrame;
+    // The camera housing centred at the top of the screen; its menu bar is as tall as it.
+    std::optional<QSizeF> notch = std::nullopt;
+
+    // Screen space; nothing without a notch.
+    std::optional<Rect> notchFrame() const
+    {
+        if (!notch)
+            return std::nullopt;
+        const Rect f = frame.standardized();
+        return Rect{f.x + (f.width - notch->width()) / 2.0, f.maxY() - notch->height(),
+                    notch->width(), notch->height()};
+    }
 
     friend bool operator==(const SimScreen&, const SimScreen&) = default;
 };
@@ -158,6 +184,8 @@ struct SimScenario {
     // included. Items of running applications it leaves out follow in launch order, as items
     // the bar has never seen; Tuckaway's, when left out, stands at `statusItemPlace`.
     QList<SimBarKey> remembered;
+    // The application whose menus the menu bar shows; nothing: none has any.
+    std::optional<qint32> frontmost;
 };
 
 // Reads scenario files. Scenarios are nested JSON (children are held, not referenced),
@@ -165,7 +193,9 @@ struct SimScenario {
 // except an application's "pid"; unknown and repeated keys are refused so that a
 // misspelling or a slip shows. Places, sizes and delays are bounded (`SimJsonReader::Range`).
 //   { "osVersion": "...", "trusted": true, "requestCost": 0.0002,
-//     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...}}],
+//     "screens": [{"frame": {"x","y","width","height"}, "visibleFrame": {...},
+//                  "notch": {"width", "height"}}],
+//     "frontmost": 812,
 //     "screenSets": {"laptop": [screen, ...], "docked": [...]},
 //     "tuckaway": {"pid": 900, "place": 3, "bundle": "app.tuckaway.Tuckaway" or null}
 //                 or {"pid": 900, "frame": {"x","y","width","height"}, "bundle": ...},
@@ -175,7 +205,8 @@ struct SimScenario {
 //                         "exclusive": false, "registerStatus": 0}],
 //     "loginItem": {"requiresApproval", "appFound", "registerError", "unregisterError"},
 //     "apps": [{"pid": 812, "bundle": "...", "name": "...", "responseDelay": 0.5,
-//               "answersBeforeHanging": 40, "extrasMenuBar": true, "items": [element, ...]}],
+//               "answersBeforeHanging": 40, "extrasMenuBar": true, "items": [element, ...],
+//               "menus": ["File", {"title": "Edit", "width": 40}, {"title", "frame"}]}],
 //     "remembered": [{"bundle": "...", "item": 0}, {"pid": 1933},
 //                    {"autosaveName": "Tuckaway.main"}] }
 // An element: "role", "title", "description" (absent, or any JSON value: only a string

@@ -56,9 +56,9 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
     }
     const QJsonObject root = document.object();
     m_json.expectKeys(root, QString(),
-                      {"osVersion"_L1, "trusted"_L1, "requestCost"_L1, "screens"_L1, "apps"_L1, "tuckaway"_L1,
-                       "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1, "warning"_L1,
-                       "remembered"_L1, "screenSets"_L1});
+                      {"osVersion"_L1, "trusted"_L1, "requestCost"_L1, "screens"_L1, "apps"_L1,
+                       "tuckaway"_L1, "framework"_L1, "takenShortcuts"_L1, "loginItem"_L1,
+                       "warning"_L1, "remembered"_L1, "screenSets"_L1, "frontmost"_L1});
     SimScenario scenario;
     scenario.operatingSystemVersion =
         m_json.string(root, "osVersion"_L1, QString(), scenario.operatingSystemVersion);
@@ -73,6 +73,7 @@ Result<SimScenario> SimScenarioReader::read(const QJsonDocument& document)
             readApplication(apps.at(i), SimJsonReader::indexed(u"apps"_s, i)));
     readOwnProcess(root, scenario);
     checkUniquePids(scenario);
+    readFrontmost(root, scenario);
     readRemembered(root, scenario);
     scenario.framework = readFramework(root);
     scenario.takenShortcuts = readShortcuts(root);
@@ -99,23 +100,49 @@ QList<SimScreen> SimScenarioReader::readScreens(const QJsonObject& root,
     return result;
 }
 
-// A visible frame left out is the frame without its menu bar.
+// A visible frame left out is the frame without its menu bar, as tall as a notch.
 SimScreen SimScenarioReader::readScreen(const QJsonValue& value, const QString& place)
 {
     SimScreen screen;
     const auto object = m_json.object(value, place);
     if (!object)
         return screen;
-    m_json.expectKeys(*object, place, {"frame"_L1, "visibleFrame"_L1});
+    m_json.expectKeys(*object, place, {"frame"_L1, "visibleFrame"_L1, "notch"_L1});
     screen.frame = readRect(object->value("frame"_L1), SimJsonReader::member(place, u"frame"_s),
                             Range::PositiveLength);
+    if (object->contains("notch"_L1))
+        screen.notch = readNotch(object->value("notch"_L1),
+                                 SimJsonReader::member(place, u"notch"_s), screen.frame);
     screen.visibleFrame = screen.frame;
-    screen.visibleFrame.height = qMax(0.0, screen.frame.height - defaultMenuBarHeight);
+    const double barHeight = screen.notch ? screen.notch->height() : defaultMenuBarHeight;
+    screen.visibleFrame.height = qMax(0.0, screen.frame.height - barHeight);
     if (object->contains("visibleFrame"_L1))
         screen.visibleFrame =
             readRect(object->value("visibleFrame"_L1),
                      SimJsonReader::member(place, u"visibleFrame"_s), Range::Length);
     return screen;
+}
+
+// A notch has an extent, and leaves room on both sides of it on its screen.
+QSizeF SimScenarioReader::readNotch(const QJsonValue& value, const QString& place,
+                                    const Rect& screen)
+{
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return {};
+    m_json.expectKeys(*object, place, {"width"_L1, "height"_L1});
+    for (const auto key : {"width"_L1, "height"_L1}) {
+        if (!object->contains(key))
+            m_json.fail(SimJsonReader::member(place, key), u"is required"_s);
+    }
+    const double width = m_json.number(*object, "width"_L1, place, 0.0, Range::PositiveLength);
+    const double height = m_json.number(*object, "height"_L1, place, 0.0, Range::PositiveLength);
+    if (m_json.ok() && width >= screen.width)
+        m_json.fail(SimJsonReader::member(place, u"width"_s),
+                    u"must be narrower than its screen"_s);
+    if (m_json.ok() && height >= screen.height)
+        m_json.fail(SimJsonReader::member(place, u"height"_s), u"must be lower than its screen"_s);
+    return QSizeF(width, height);
 }
 
 Rect SimScenarioReader::readRect(const QJsonValue& value, const QString& place, Range sizeRange)
@@ -144,10 +171,9 @@ SimApplication SimScenarioReader::readApplication(const QJsonValue& value, const
     const auto object = m_json.object(value, place);
     if (!object)
         return app;
-    m_json.expectKeys(
-        *object, place,
-        {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1, "answersBeforeHanging"_L1,
-         "extrasMenuBar"_L1, "items"_L1});
+    m_json.expectKeys(*object, place,
+                      {"pid"_L1, "bundle"_L1, "name"_L1, "responseDelay"_L1,
+                       "answersBeforeHanging"_L1, "extrasMenuBar"_L1, "items"_L1, "menus"_L1});
     const auto pid = m_json.integer(*object, "pid"_L1, place, 1, int32Max);
     if (!object->contains("pid"_L1))
         m_json.fail(SimJsonReader::member(place, u"pid"_s), u"is required"_s);
@@ -165,9 +191,59 @@ SimApplication SimScenarioReader::readApplication(const QJsonValue& value, const
     for (qsizetype i = 0; i < items.size() && m_json.ok(); ++i) {
         const QString itemPlace = SimJsonReader::indexed(itemsPlace, i);
         app.items.append(readElement(items.at(i), itemPlace, 1));
-        addToMenuBar(app.items.constLast(), itemPlace);
+        addToMenuBar(app.items.constLast().width, itemPlace);
     }
+    const QString menusPlace = SimJsonReader::member(place, u"menus"_s);
+    const QJsonArray menus = m_json.array(*object, "menus"_L1, place);
+    for (qsizetype i = 0; i < menus.size() && m_json.ok(); ++i)
+        app.menus.append(readMenu(menus.at(i), SimJsonReader::indexed(menusPlace, i)));
     return app;
+}
+
+// A title alone, or an object with a title and a width or a frame (accessibility space).
+SimMenu SimScenarioReader::readMenu(const QJsonValue& value, const QString& place)
+{
+    SimMenu menu;
+    if (!countElement(place))
+        return menu;
+    if (value.isString()) {
+        menu.title = value.toString();
+        menu.width = SimMenu::widthOf(menu.title);
+        return menu;
+    }
+    const auto object = m_json.object(value, place);
+    if (!object)
+        return menu;
+    m_json.expectKeys(*object, place, {"title"_L1, "width"_L1, "frame"_L1});
+    menu.title = m_json.string(*object, "title"_L1, place, QString());
+    if (object->contains("frame"_L1)) {
+        if (object->contains("width"_L1))
+            m_json.fail(SimJsonReader::member(place, u"frame"_s),
+                        u"cannot be given together with width"_s);
+        menu.frame = readRect(object->value("frame"_L1), SimJsonReader::member(place, u"frame"_s),
+                              Range::Length);
+        menu.width = menu.frame->width;
+    } else {
+        menu.width =
+            m_json.number(*object, "width"_L1, place, SimMenu::widthOf(menu.title), Range::Length);
+    }
+    addToMenuBar(menu.width, place);
+    return menu;
+}
+
+// The frontmost application is one of the scenario's applications.
+void SimScenarioReader::readFrontmost(const QJsonObject& root, SimScenario& scenario)
+{
+    if (!root.contains("frontmost"_L1) || !m_json.ok())
+        return;
+    const auto pid = m_json.integer(root, "frontmost"_L1, QString(), 1, int32Max);
+    if (!pid)
+        return;
+    const bool known = std::any_of(scenario.applications.cbegin(), scenario.applications.cend(),
+                                   [&pid](const SimApplication& app) { return app.pid == *pid; });
+    if (!known)
+        m_json.fail(u"frontmost"_s, u"%1 is the pid of no application of apps"_s.arg(*pid));
+    scenario.frontmost = qint32(*pid);
 }
 
 SimElement SimScenarioReader::readElement(const QJsonValue& value, const QString& place, int depth)
@@ -465,9 +541,9 @@ void SimScenarioReader::checkUniquePids(const SimScenario& scenario)
 
 // The bar lays items out side by side, so their widths add up; bounded, the sum stays a
 // finite place and the picture of the bar a reasonable size.
-void SimScenarioReader::addToMenuBar(const SimElement& item, const QString& place)
+void SimScenarioReader::addToMenuBar(double width, const QString& place)
 {
-    m_menuBarWidth += item.width;
+    m_menuBarWidth += width;
     if (m_menuBarWidth > SimScenarioLoader::longestMenuBar)
         m_json.fail(SimJsonReader::member(place, u"width"_s),
                     u"the menu-bar items add up to more than %1 points"_s.arg(

@@ -18,6 +18,9 @@ public:
 private:
     QList<SimScreen> readScreens(const QJsonObject& root, const QList<SimScreen>& fallback);
     SimScreen readScreen(const QJsonValue& value, const QString& place);
+    QSizeF readNotch(const QJsonValue& value, const QString& place, const Rect& screen);
+    SimMenu readMenu(const QJsonValue& value, const QString& place);
+    void readFrontmost(const QJsonObject& root, SimScenario& scenario);
     Rect readRect(const QJsonValue& value, const QString& place, SimJsonReader::Range sizeRange);
     SimApplication readApplication(const QJsonValue& value, const QString& place);
     SimElement readElement(const QJsonValue& value, const QString& place, int depth);
@@ -39,7 +42,7 @@ private:
     void readOwnBundle(const QJsonObject& object, const QString& place, SimScenario& scenario);
     void checkUniquePids(const SimScenario& scenario);
     bool countElement(const QString& place);
-    void addToMenuBar(const SimElement& item, const QString& place);
+    void addToMenuBar(double width, const QString& place);
 
     SimJsonReader m_json;
     int m_elements = 0;

@@ -27,4 +27,9 @@ QString SimWorkspace::operatingSystemVersionString() const
     return m_desktop.operatingSystemVersion();
 }
 
+std::optional<qint32> SimWorkspace::frontmostApplication() const
+{
+    return m_desktop.frontmost();
+}
+
 } // namespace tk

@@ -19,6 +19,7 @@ public:
     qint32 currentProcessId() const override;
     std::optional<QString> mainBundleIdentifier() const override;
     QString operatingSystemVersionString() const override;
+    std::optional<qint32> frontmostApplication() const override;
 
 private:
     const SimDesktop& m_desktop;
