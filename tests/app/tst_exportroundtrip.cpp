@@ -2,6 +2,8 @@
 // same items, the same report and the same boundary, and every decision is the same.
 #include "ExportRoundTrip.h"
 
+#include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -166,6 +168,7 @@ class TestExportRoundTrip : public QObject {
 
 private slots:
     void randomDesktopsReplayAlike();
+    void everyDesktopOfTheTestsReplaysAlike();
     void numbersAndTextsReadBackEqual_data();
     void numbersAndTextsReadBackEqual();
     void hangingAndTheFrameworkAsTheDesktopHadThem_data();
@@ -195,6 +198,25 @@ void TestExportRoundTrip::randomDesktopsReplayAlike()
                            .arg(seed)
                            .arg(QString::fromUtf8(json), outcome.original.lines.join(u'\n'),
                                 outcome.replayed.lines.join(u'\n'))));
+    }
+}
+
+// The built-in desktop and every one the scripts play on.
+void TestExportRoundTrip::everyDesktopOfTheTestsReplaysAlike()
+{
+    const QDir scripts(QStringLiteral(TUCKAWAY_SCRIPTS));
+    QList<SimScenario> desktops{SimScenarioLoader::builtIn()};
+    for (const QString& name : scripts.entryList({u"*.json"_s})) {
+        QFile file(scripts.filePath(name));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        Result<SimScenario> scenario = SimScenarioLoader::parse(file.readAll(), name);
+        QVERIFY2(scenario, qPrintable(name));
+        desktops << std::move(scenario).value();
+    }
+    for (const SimScenario& desktop : std::as_const(desktops)) {
+        const roundtrip::Outcome outcome = roundtrip::exportAndReplay(desktop);
+        QVERIFY2(outcome.refusal.isEmpty(), qPrintable(outcome.refusal));
+        QCOMPARE(outcome.replayed.lines, outcome.original.lines);
     }
 }
 
