@@ -310,6 +310,9 @@ void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes_data()
     QTest::newRow("login switch on while off") << QByteArray("expect login on");
     QTest::newRow("login item, the status after approval")
         << QByteArray("expect login-item enabled");
+    QTest::newRow("pressed before any press") << QByteArray("expect pressed com.example.bravo");
+    QTest::newRow("a menu open while none is") << QByteArray("expect menu-open com.example.bravo");
+    QTest::newRow("out of sight while all are seen") << QByteArray("expect unseen com.example.bravo");
 }
 
 void TestScripts::expectationsFailOnAnswersCloseToTheRightOnes()
