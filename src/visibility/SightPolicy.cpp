@@ -1,5 +1,9 @@
 #include "SightPolicy.h"
 
+#include <array>
+#include <string_view>
+#include <utility>
+
 namespace tk {
 
 namespace SightPolicy {
@@ -47,30 +51,23 @@ std::optional<Reason> reason(const std::optional<Rect>& frame, const QList<Scree
     return std::nullopt;
 }
 
+// By reason, in the order of the enumeration: the session's word and the interface's key.
+constexpr std::array<std::pair<std::u16string_view, std::u16string_view>, 3> reasonNames{{
+    {u"under-notch", u"bajo la muesca"},
+    {u"covered", u"tapado por los menús"},
+    {u"off-screen", u"fuera de la pantalla"},
+}};
+
 QString reasonWord(Reason reason)
 {
-    switch (reason) {
-    case Reason::UnderNotch:
-        return u"under-notch"_s;
-    case Reason::CoveredByMenus:
-        return u"covered"_s;
-    case Reason::OffScreen:
-        break;
-    }
-    return u"off-screen"_s;
+    const std::u16string_view word = reasonNames.at(std::size_t(reason)).first;
+    return QString::fromUtf16(word.data(), qsizetype(word.size()));
 }
 
 QString reasonText(Reason reason)
 {
-    switch (reason) {
-    case Reason::UnderNotch:
-        return u"bajo la muesca"_s;
-    case Reason::CoveredByMenus:
-        return u"tapado por los menús"_s;
-    case Reason::OffScreen:
-        break;
-    }
-    return u"fuera de la pantalla"_s;
+    const std::u16string_view text = reasonNames.at(std::size_t(reason)).second;
+    return QString::fromUtf16(text.data(), qsizetype(text.size()));
 }
 
 } // namespace SightPolicy
