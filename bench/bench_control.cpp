@@ -2,7 +2,7 @@
 // once and ask for the status over the real socket, from their connections to the last
 // answer. The clients run in this process too, so the figure bounds what the running copy
 // spends on them, and so how long they can hold up its interaction tick (0.25 s).
-#include "BenchSupport.h"
+#include "WidgetBench.h"
 #include "app/AppControl.h"
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
@@ -10,7 +10,6 @@
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimScenario.h"
 
-#include <QApplication>
 #include <QBuffer>
 #include <QLocalSocket>
 #include <QTemporaryDir>
@@ -87,14 +86,8 @@ BENCHMARK(hundredStatusRequests)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    if (bench::instructionsRequested(argc, argv)) {
+    return bench::runWithWindows(argc, argv, [] {
         ServingShell shell;
         bench::countInstructions("control-100-status", 5, [&] { shell.hundredStatusRequests(); });
-        return 0;
-    }
-    return bench::runBenchmarks(argc, argv);
+    });
 }

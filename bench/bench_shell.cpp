@@ -1,7 +1,7 @@
 // The application's recurring work: one interaction tick in steady state, the status item's
 // place, the timer's hand-off to the main thread, translation of a report and of a key, the
 // boundary rule over a crowded menu bar, and reaching one hidden icon from its entry.
-#include "BenchSupport.h"
+#include "WidgetBench.h"
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/StatusItem.h"
@@ -15,7 +15,6 @@
 #include "platform/sim/VirtualTime.h"
 #include "visibility/BoundaryPolicy.h"
 
-#include <QApplication>
 #include <QBuffer>
 #include <benchmark/benchmark.h>
 
@@ -329,13 +328,5 @@ BENCHMARK(revealOneIcon)->Unit(benchmark::kMicrosecond)->Iterations(20);
 
 int main(int argc, char** argv)
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    if (bench::instructionsRequested(argc, argv)) {
-        countInstructions();
-        return 0;
-    }
-    return bench::runBenchmarks(argc, argv);
+    return bench::runWithWindows(argc, argv, [] { countInstructions(); });
 }
