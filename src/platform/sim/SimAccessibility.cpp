@@ -110,6 +110,31 @@ AXAttribute elementList(const QList<AXElementRef>& elements)
     return attribute;
 }
 
+AXAttribute element(AXElementRef value)
+{
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::Element;
+    attribute.element = std::move(value);
+    return attribute;
+}
+
+// A point or a size value; nothing to give is no value.
+AXAttribute pointValue(const std::optional<QPointF>& point)
+{
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::PointValue;
+    attribute.point = point;
+    return point ? attribute : failed(AXResult::noValue);
+}
+
+AXAttribute sizeValue(const std::optional<QSizeF>& size)
+{
+    AXAttribute attribute;
+    attribute.kind = AXAttribute::Kind::SizeValue;
+    attribute.size = size;
+    return size ? attribute : failed(AXResult::noValue);
+}
+
 // Where an item stands and how large it is. An item that gives neither takes them from the
 // menu bar's layout, an element below it from its parent.
 struct Place {
@@ -157,10 +182,7 @@ AXAttribute menuBarOf(const Request& request)
 {
     if (request.application->application->menus.isEmpty())
         return failed(AXResult::noValue);
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::Element;
-    attribute.element = request.element->derived(SimAXElement::Kind::MenuBar);
-    return attribute;
+    return element(request.element->derived(SimAXElement::Kind::MenuBar));
 }
 
 AXAttribute menuBarAttribute(const Request& request, const QString& name)
@@ -182,29 +204,21 @@ AXAttribute menuAttribute(const Request& request, const QString& name)
     const QList<SimMenu>& menus = request.application->application->menus;
     if (index < 0 || index >= frames.size() || index >= menus.size())
         return failed(AXResult::invalidUIElement);
-    AXAttribute attribute;
     const Rect& frame = frames.at(index);
     if (name == "AXRole"_L1)
         return text(SimText::of(u"AXMenuBarItem"_s));
     if (name == "AXTitle"_L1)
         return text(SimText::of(menus.at(index).title));
-    if (name == "AXPosition"_L1) {
-        attribute.kind = AXAttribute::Kind::PointValue;
-        attribute.point = QPointF(frame.x, frame.y);
-        return attribute;
-    }
-    if (name == "AXSize"_L1) {
-        attribute.kind = AXAttribute::Kind::SizeValue;
-        attribute.size = QSizeF(frame.width, frame.height);
-        return attribute;
-    }
+    if (name == "AXPosition"_L1)
+        return pointValue(QPointF(frame.x, frame.y));
+    if (name == "AXSize"_L1)
+        return sizeValue(QSizeF(frame.width, frame.height));
     return failed(AXResult::attributeUnsupported);
 }
 
 AXAttribute applicationAttribute(const Request& request, const QString& name)
 {
     const SimApplication& app = *request.application->application;
-    AXAttribute attribute;
     if (name == "AXRole"_L1)
         return text(SimText::of(u"AXApplication"_s));
     if (name == "AXTitle"_L1)
@@ -217,9 +231,7 @@ AXAttribute applicationAttribute(const Request& request, const QString& name)
         return failed(AXResult::attributeUnsupported);
     if (!app.hasExtrasMenuBar)
         return failed(AXResult::noValue);
-    attribute.kind = AXAttribute::Kind::Element;
-    attribute.element = request.element->derived(SimAXElement::Kind::ExtrasMenuBar);
-    return attribute;
+    return element(request.element->derived(SimAXElement::Kind::ExtrasMenuBar));
 }
 
 AXAttribute barAttribute(const Request& request, const QString& name)
@@ -235,20 +247,16 @@ AXAttribute barAttribute(const Request& request, const QString& name)
 // A hidden application's items have left the menu bar: they have no place at all.
 AXAttribute positionAttribute(const Request& request)
 {
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::PointValue;
-    if (request.application->visible)
-        attribute.point = placeOf(*request.application, request.element->path).position;
-    return attribute.point ? attribute : failed(AXResult::noValue);
+    if (!request.application->visible)
+        return failed(AXResult::noValue);
+    return pointValue(placeOf(*request.application, request.element->path).position);
 }
 
 AXAttribute sizeAttribute(const Request& request)
 {
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::SizeValue;
-    if (request.application->visible)
-        attribute.size = placeOf(*request.application, request.element->path).size;
-    return attribute.size ? attribute : failed(AXResult::noValue);
+    if (!request.application->visible)
+        return failed(AXResult::noValue);
+    return sizeValue(placeOf(*request.application, request.element->path).size);
 }
 
 AXAttribute itemAttribute(const Request& request, const QString& name)
