@@ -277,15 +277,21 @@ AXAttribute itemAttribute(const Request& request, const QString& name)
     return failed(AXResult::attributeUnsupported);
 }
 
+// Lets time pass for a request: `onVirtual` seconds of virtual time (which, paced, also waits
+// for the clock to get there), or `onWall` of the machine's.
+void letTimePass(TimeSource& time, double onVirtual, double onWall)
+{
+    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
+        virtualTime->elapse(onVirtual);
+    else if (onWall > 0.0)
+        std::this_thread::sleep_for(std::chrono::duration<double>(onWall));
+}
+
 // Lets `seconds` pass on `time`, as a request that takes so long does.
 void spend(TimeSource& time, double seconds)
 {
-    if (seconds <= 0.0)
-        return;
-    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
-        virtualTime->elapse(seconds);
-    else
-        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+    if (seconds > 0.0)
+        letTimePass(time, seconds, seconds);
 }
 
 // What the element of a request that reached it answers for one attribute.
@@ -320,10 +326,7 @@ bool answersInTime(SimAccessibility& ax, TimeSource& time, const SimAXElement& e
     ax.noteRoundTrip(answers, cost);
     // On virtual time every round trip costs what it would on a Mac; on the wall clock only
     // a slow or hanging application is waited for.
-    if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
-        virtualTime->elapse(cost);
-    else if (waited > 0.0)
-        std::this_thread::sleep_for(std::chrono::duration<double>(waited));
+    letTimePass(time, cost, waited);
     return answers;
 }
 
@@ -357,8 +360,7 @@ Request send(SimAccessibility& ax, const SimDesktop& desktop, TimeSource& time,
     request.error = reach(desktop, request);
     if (request.error != AXResult::success) {
         // Refused on the spot, at no cost; yet on a paced clock it waits its turn like any.
-        if (auto* virtualTime = dynamic_cast<VirtualTimeSource*>(&time))
-            virtualTime->elapse(0.0);
+        letTimePass(time, 0.0, 0.0);
         return request;
     }
     const SimApplication& application = *request.application->application;

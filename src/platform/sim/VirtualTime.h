@@ -63,7 +63,7 @@ private:
     QDateTime m_start;
     mutable std::mutex m_pacing;
     mutable std::condition_variable m_pacingChanged;
-    bool m_paced = false;
+    std::atomic<bool> m_paced{false}; // written under the lock
     std::thread::id m_driver;
     std::vector<Sleeper*> m_sleepers; // each on the stack of the thread it stops
     std::atomic<double> m_now{0.0};
