@@ -57,17 +57,15 @@ std::optional<SystemNote> ShortcutPress::note() const
 ShortcutPress pressShortcut(SimPlatform& platform)
 {
     ShortcutPress press;
-    SimHotKeyService* hotKeys = platform.simulatedHotKeys();
-    if (!hotKeys)
-        return press;
-    for (const SimHotKeyService::Registration& registration : hotKeys->registrations()) {
+    SimHotKeyService& hotKeys = platform.simulatedHotKeys();
+    for (const SimHotKeyService::Registration& registration : hotKeys.registrations()) {
         for (const SimHotKeyService::Holder& holder :
-             hotKeys->holdersReached(registration.combination)) {
+             hotKeys.holdersReached(registration.combination)) {
             press.others << holder.shortcut.holder.value_or(
                 u"takenShortcuts[%1]"_s.arg(holder.place));
             press.exclusive = press.exclusive || holder.shortcut.exclusive;
         }
-        press.handled = hotKeys->press(registration.combination) || press.handled;
+        press.handled = hotKeys.press(registration.combination) || press.handled;
     }
     return press;
 }

@@ -111,7 +111,7 @@ struct Shell {
         : platform(SimPlatform::forTests(std::move(scenario))), insetPlatform(*platform),
           appPlatform(insetButton ? static_cast<Platform&>(insetPlatform) : *platform),
           time(dynamic_cast<VirtualTimeSource&>(platform->time())), desktop(platform->desktop()),
-          services(platform->simulatedDesktopServices()), hotKeys(*platform->simulatedHotKeys())
+          services(platform->simulatedDesktopServices()), hotKeys(platform->simulatedHotKeys())
     {
         errors.open(QIODevice::ReadWrite);
         platform->userDefaults().setString(L10n::languageKey, QStringLiteral("es"));

@@ -54,6 +54,7 @@ private Q_SLOTS:
     void pressesReachOnlyTheShortcutsAction();
     void combinationsOthersHold_data();
     void combinationsOthersHold();
+    void theHostsKeyboardMeetsTheSameHolds();
 };
 
 void TestGlobalHotKey::configureAnswersItsStatus_data()
@@ -209,6 +210,38 @@ void TestGlobalHotKey::combinationsOthersHold()
     for (const SimHotKeyService::Holder& holder : service.holdersReached(controlOptionSpace))
         places << holder.place;
     QCOMPARE(places, reached);
+}
+
+// With a display, the person's own keyboard comes through the host's service: it is asked to
+// grab only what the simulated system lets this application register, and its presses meet
+// the other applications' holds as the simulated ones do.
+void TestGlobalHotKey::theHostsKeyboardMeetsTheSameHolds()
+{
+    auto ownedHost = std::make_unique<SimHotKeyService>();
+    SimHotKeyService& host = *ownedHost;
+    host.setTakenShortcuts({held(u"M"_s, u"controlOptionCommand"_s, {}, false, -50)});
+    SimHotKeyService service(std::move(ownedHost));
+    service.setTakenShortcuts({held(u"B"_s, u"controlShift"_s, {}, false, -9878),
+                               held(u"Space"_s, u"controlOption"_s, u"Clipjar"_s, true)});
+    GlobalHotKey hotKey(service);
+    int pressed = 0;
+    const auto press = [&] { ++pressed; };
+    QCOMPARE(hotKey.configure(shortcut(u"B"_s, u"controlShift"_s), press), takenLine);
+    QVERIFY(host.registrations().isEmpty());
+    QVERIFY(hotKey.configure(shortcut(u"M"_s, u"controlOptionCommand"_s), press).contains(u"(-50)"));
+    QVERIFY(service.registrations().isEmpty());
+
+    QCOMPARE(hotKey.configure(shortcut(u"Space"_s, u"controlOption"_s), press), registeredLine);
+    const Combination controlOptionSpace{49, 0x1800};
+    QCOMPARE(host.registrations().size(), 1);
+    QVERIFY(!host.press(controlOptionSpace)); // Clipjar holds it exclusively
+    service.setTakenShortcuts({});
+    QVERIFY(host.press(controlOptionSpace));
+    QCOMPARE(pressed, 1);
+    QCOMPARE(hotKey.configure(HotKeySettings{false, u"Space"_s, u"controlOption"_s, u"toggle"_s},
+                              press),
+             disabledLine);
+    QVERIFY(host.registrations().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestGlobalHotKey)

@@ -31,7 +31,7 @@ PlatformOrError createPlatform(const PlatformOptions& options)
     services.loginItems = std::make_unique<XdgAutostart>(XdgAutostart::defaultConfigHome(),
                                                          QCoreApplication::applicationFilePath());
     services.filePanels = std::make_unique<QtFilePanels>();
-    services.hotKeys = X11HotKeyService::forApplication(); // off X: the simulated service
+    services.hotKeys = X11HotKeyService::forApplication(); // off X: the simulated one alone
     return {std::make_unique<SimPlatform>(std::move(services), std::move(scenario)), QString()};
 }
 

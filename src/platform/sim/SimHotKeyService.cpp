@@ -17,6 +17,20 @@ SimHotKeyService::Combination::fromNames(const QString& key, const QString& modi
     return Combination{*code, *mask};
 }
 
+SimHotKeyService::SimHotKeyService(std::unique_ptr<HotKeyService> host) : m_host(std::move(host))
+{
+}
+
+SimHotKeyService::~SimHotKeyService()
+{
+    if (!m_host)
+        return;
+    for (const auto& [ref, hostKey] : m_hostKeys)
+        m_host->unregisterHotKey(hostKey);
+    if (m_hostHandler)
+        m_host->removePressHandler(*m_hostHandler);
+}
+
 void SimHotKeyService::setTakenShortcuts(const QList<SimShortcut>& taken)
 {
     m_taken.clear();
@@ -46,6 +60,13 @@ SimHotKeyService::installPressHandler(PressHandler handler)
     ++m_operations;
     if (m_installStatus != noError)
         return {m_installStatus, {}};
+    if (m_host && !m_hostHandler) {
+        const Answer<HandlerRef> host = m_host->installPressHandler(
+            [this](const std::optional<HotKeyId>& id) { return pressFromHost(id); });
+        if (host.status != noError)
+            return {host.status, {}};
+        m_hostHandler = host.ref;
+    }
     const quintptr ref = m_nextRef++;
     m_handlers.emplace(ref, std::move(handler));
     return {noError, HandlerRef{ref}};
@@ -69,6 +90,12 @@ SimHotKeyService::registerHotKey(quint32 keyCode, quint32 modifiers, HotKeyId id
             return {held.holder.shortcut.registerStatus, {}};
     }
     const quintptr ref = m_nextRef++;
+    if (m_host) {
+        const Answer<KeyRef> host = m_host->registerHotKey(keyCode, modifiers, id);
+        if (host.status != noError)
+            return {host.status, {}};
+        m_hostKeys.emplace(ref, host.ref);
+    }
     m_hotKeys.emplace(ref, Registration{combination, id});
     return {noError, KeyRef{ref}};
 }
@@ -77,6 +104,10 @@ void SimHotKeyService::unregisterHotKey(KeyRef ref)
 {
     ++m_operations;
     m_hotKeys.erase(quintptr(ref));
+    if (const auto hostKey = m_hostKeys.find(quintptr(ref)); hostKey != m_hostKeys.end()) {
+        m_host->unregisterHotKey(hostKey->second);
+        m_hostKeys.erase(hostKey);
+    }
 }
 
 bool SimHotKeyService::isRegistered(const Combination& combination) const
@@ -94,6 +125,15 @@ bool SimHotKeyService::press(Combination combination)
         return entry.second.combination == combination;
     });
     return match != m_hotKeys.end() && deliver(match->second.id);
+}
+
+HotKeyService::Status SimHotKeyService::pressFromHost(const std::optional<HotKeyId>& id)
+{
+    const auto match = std::find_if(m_hotKeys.begin(), m_hotKeys.end(), [&](const auto& entry) {
+        return id && entry.second.id == *id;
+    });
+    return match != m_hotKeys.end() && press(match->second.combination) ? noError
+                                                                        : eventNotHandled;
 }
 
 bool SimHotKeyService::deliver(HotKeyId id)

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QString>
 #include <map>
+#include <memory>
 
 namespace tk {
 
@@ -13,8 +14,15 @@ namespace tk {
 // application already registered with `hotKeyExists`; a combination another application
 // holds is shared, as hot keys registered without options are: a press reaches every holder,
 // this application included, unless one holds it exclusively, which keeps it to itself.
+//
+// Off macOS with a display, the person's own keyboard comes through the host's service: it
+// grabs each combination the simulated system lets this application register, and its
+// presses are presses here, so that the other applications' holdings apply to them too.
 class SimHotKeyService final : public HotKeyService {
 public:
+    explicit SimHotKeyService(std::unique_ptr<HotKeyService> host = nullptr);
+    ~SimHotKeyService() override;
+
     struct Combination {
         quint32 keyCode = 0;
         quint32 modifiers = 0;
@@ -69,6 +77,11 @@ private:
 
     bool isRegistered(const Combination& combination) const;
     bool deliver(HotKeyId id); // a copy: a handler may unregister the hot key
+    Status pressFromHost(const std::optional<HotKeyId>& id);
+
+    std::unique_ptr<HotKeyService> m_host;
+    std::optional<HandlerRef> m_hostHandler;
+    std::map<quintptr, KeyRef> m_hostKeys; // the host's grab of each registration
 
     QList<Holding> m_taken;
     Status m_installStatus = noError;

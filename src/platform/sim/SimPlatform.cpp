@@ -21,14 +21,11 @@ SimPlatform::SimPlatform(Services services)
 
 SimPlatform::SimPlatform(Services services, SimScenario scenario) : m_services(std::move(services))
 {
-    if (!m_services.hotKeys) {
-        auto simulated = std::make_unique<SimHotKeyService>();
-        m_simulatedHotKeys = simulated.get();
-        m_services.hotKeys = std::move(simulated);
-    }
+    auto simulated = std::make_unique<SimHotKeyService>(std::move(m_services.hotKeys));
+    m_simulatedHotKeys = simulated.get();
+    m_services.hotKeys = std::move(simulated);
     m_desktop = std::make_unique<SimDesktop>(std::move(scenario), m_services.userDefaults.get());
-    if (m_simulatedHotKeys)
-        m_simulatedHotKeys->setTakenShortcuts(m_desktop->takenShortcuts());
+    m_simulatedHotKeys->setTakenShortcuts(m_desktop->takenShortcuts());
     m_accessibility = std::make_unique<SimAccessibility>(*m_desktop, *m_services.time);
     m_workspace = std::make_unique<SimWorkspace>(*m_desktop);
     m_visibility = std::make_unique<SimVisibilityFramework>(*m_desktop, *m_services.time);

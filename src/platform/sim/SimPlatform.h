@@ -24,7 +24,7 @@ public:
         std::unique_ptr<TimeSource> time;
         std::unique_ptr<LoginItemService> loginItems;
         std::unique_ptr<FilePanels> filePanels;
-        std::unique_ptr<HotKeyService> hotKeys; // the host's own; absent: the simulated one
+        std::unique_ptr<HotKeyService> hotKeys; // the host's own, behind the simulated one
     };
 
     // On the built-in desktop, or on the one a scenario describes.
@@ -56,8 +56,7 @@ public:
     SimDesktopServices& simulatedDesktopServices() { return *m_desktopServices; }
     SimPrivacySettings& simulatedPrivacySettings() { return *m_privacySettings; }
 
-    // The simulated hot key service, or null when the host's own serves.
-    SimHotKeyService* simulatedHotKeys() { return m_simulatedHotKeys; }
+    SimHotKeyService& simulatedHotKeys() { return *m_simulatedHotKeys; }
     // The simulated login item service, or null when the host's own serves.
     SimLoginItems* simulatedLoginItems();
 
