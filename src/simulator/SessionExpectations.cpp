@@ -8,16 +8,17 @@
 #include "platform/sim/SimPlatform.h"
 #include "platform/sim/SimStatusItem.h"
 #include "settings/LoginItemService.h"
+#include "visibility/BoundaryPolicy.h"
 #include "simulator/SessionContext.h"
 #include "simulator/SessionScript.h"
 
 #include <QSet>
 #include <algorithm>
-#include <array>
 
 namespace tk {
 
 using namespace Qt::StringLiterals;
+using namespace ScriptArguments;
 
 namespace {
 
@@ -164,25 +165,78 @@ Failure checkLoginItem(const SessionContext& context, const ScriptStep& step)
 }
 
 struct Expectation {
-    QStringView command;
+    QString command;
+    ScriptArguments::Check arguments;
     Check check;
 };
 
-constexpr std::array expectations{
-    Expectation{u"expect hidden", checkHidden},        Expectation{u"expect reason", checkReason},
-    Expectation{u"expect state", checkState},          Expectation{u"expect notice", checkNotice},
-    Expectation{u"expect message", checkMessage},      Expectation{u"expect tooltip", checkTooltip},
-    Expectation{u"expect settings", checkSettings},    Expectation{u"expect login", checkLogin},
-    Expectation{u"expect login-item", checkLoginItem}, Expectation{u"expect pressed", checkPressed},
-    Expectation{u"expect menu-open", checkMenuOpen},   Expectation{u"expect unseen", checkUnseen},
-};
+QString checkReasonArguments(const QStringList& a)
+{
+    if (a[0].isEmpty())
+        return u"a bundle identifier must be named"_s;
+    return oneOf(a[1], BoundaryPolicy::reasonWords() + QStringList{u"none"_s}, u"the reason"_s);
+}
+
+QString checkPressedArguments(const QStringList& a)
+{
+    if (a.isEmpty() || a.size() > 2)
+        return u"takes BUNDLE [TITLE]"_s;
+    return a[0].isEmpty() ? u"a bundle identifier must be named"_s : QString();
+}
+
+QString checkMenuOpenArguments(const QStringList& a)
+{
+    return a[0].isEmpty() ? u"takes a bundle identifier or none"_s : QString();
+}
+
+QString checkSettingsArguments(const QStringList& a)
+{
+    if (a.isEmpty() || a.size() > 2)
+        return u"takes open [SECTION] or closed"_s;
+    if (const QString error = oneOf(a[0], {u"open"_s, u"closed"_s}, u"the window"_s);
+        !error.isEmpty())
+        return error;
+    if (a.size() == 2)
+        return a[0] == u"closed" ? u"a closed window has no section"_s : checkSection(a[1]);
+    return QString();
+}
+
+const QList<Expectation>& expectations()
+{
+    static const QList<Expectation> table{
+        {u"expect hidden"_s, applications, checkHidden},
+        {u"expect unseen"_s, applications, checkUnseen},
+        {u"expect state"_s,
+         word({u"shown"_s, u"scanning"_s, u"requesting"_s, u"hidden"_s}, u"the state"_s),
+         checkState},
+        {u"expect reason"_s, exactly(2, checkReasonArguments), checkReason},
+        {u"expect pressed"_s, checkPressedArguments, checkPressed},
+        {u"expect menu-open"_s, exactly(1, checkMenuOpenArguments), checkMenuOpen},
+        {u"expect login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s), checkLogin},
+        {u"expect login-item"_s, word(SessionScript::loginItemStatusWords(), u"the status"_s),
+         checkLoginItem},
+        {u"expect notice"_s, exactly(1), checkNotice},
+        {u"expect message"_s, exactly(1), checkMessage},
+        {u"expect tooltip"_s, exactly(1), checkTooltip},
+        {u"expect settings"_s, checkSettingsArguments, checkSettings},
+    };
+    return table;
+}
 
 } // namespace
+
+QHash<QString, ScriptArguments::Check> SessionExpectations::argumentChecks()
+{
+    QHash<QString, ScriptArguments::Check> checks;
+    for (const Expectation& expectation : expectations())
+        checks.insert(expectation.command, expectation.arguments);
+    return checks;
+}
 
 std::optional<QString> SessionExpectations::check(const SessionContext& context,
                                                   const ScriptStep& step)
 {
-    for (const Expectation& expectation : expectations) {
+    for (const Expectation& expectation : expectations()) {
         if (expectation.command == step.command)
             return expectation.check(context, step);
     }

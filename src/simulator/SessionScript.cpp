@@ -1,6 +1,7 @@
 #include "SessionScript.h"
 
-#include "visibility/BoundaryPolicy.h"
+#include "simulator/ScriptArguments.h"
+#include "simulator/SessionExpectations.h"
 
 #include <QHash>
 #include <QRegularExpression>
@@ -13,10 +14,10 @@
 namespace tk {
 
 using namespace Qt::StringLiterals;
+using namespace ScriptArguments;
 
 namespace {
 
-constexpr double maximumCoordinate = 1.0e6;
 constexpr int maximumMenuDepth = 4; // a menu, its submenus and theirs
 
 struct Token {
@@ -67,43 +68,6 @@ Tokens tokenize(QStringView line)
     return tokens;
 }
 
-std::optional<double> number(const QString& text, double limit)
-{
-    bool ok = false;
-    const double value = text.toDouble(&ok);
-    if (!ok || !std::isfinite(value) || std::abs(value) > limit)
-        return std::nullopt;
-    return value;
-}
-
-QString oneOf(const QString& value, const QStringList& allowed, const QString& what)
-{
-    if (allowed.contains(value))
-        return {};
-    return u"%1 must be %2, not \"%3\""_s.arg(what, allowed.join(u'|'), value);
-}
-
-using Check = std::function<QString(const QStringList&)>;
-
-Check none()
-{
-    return [](const QStringList& a) { return a.isEmpty() ? QString() : u"takes no argument"_s; };
-}
-
-Check exactly(int count, std::function<QString(const QStringList&)> then = {})
-{
-    return [count, then](const QStringList& a) {
-        if (a.size() != count)
-            return u"takes %1 argument(s), got %2"_s.arg(count).arg(a.size());
-        return then ? then(a) : QString();
-    };
-}
-
-Check word(const QStringList& allowed, const QString& what)
-{
-    return exactly(1, [allowed, what](const QStringList& a) { return oneOf(a[0], allowed, what); });
-}
-
 QString checkPointer(const QStringList& a)
 {
     if (a.size() == 1 && (a[0] == u"icon" || a[0] == u"away"))
@@ -112,26 +76,6 @@ QString checkPointer(const QStringList& a)
         return u"takes X Y, icon or away"_s;
     if (!number(a[0], maximumCoordinate) || !number(a[1], maximumCoordinate))
         return u"X and Y must be numbers between -%1 and %1"_s.arg(maximumCoordinate);
-    return {};
-}
-
-QString checkApplication(const QString& app)
-{
-    static const QRegularExpression pid(u"^pid:[0-9]{1,9}$"_s);
-    if (app.isEmpty())
-        return u"an application must be named"_s;
-    if (app.startsWith(u"pid:"_s) && !pid.match(app).hasMatch())
-        return u"\"%1\" is not pid: followed by a process number"_s.arg(app);
-    return {};
-}
-
-// Any number of applications, each a bundle identifier or "pid:N".
-QString applications(const QStringList& a)
-{
-    for (const QString& app : a) {
-        if (const QString error = checkApplication(app); !error.isEmpty())
-            return error;
-    }
     return {};
 }
 
@@ -144,16 +88,6 @@ QString checkPermission(const QStringList& a)
         !error.isEmpty())
         return error;
     return a.size() == 3 ? checkApplication(a[2]) : QString();
-}
-
-QString checkSection(const QString& section)
-{
-    bool ok = false;
-    const int index = section.toInt(&ok);
-    if ((ok && index >= 0 && index < SessionScript::sectionNames().size()) ||
-        SessionScript::sectionNames().contains(section))
-        return {};
-    return oneOf(section, SessionScript::sectionNames() + QStringList{u"0…4"_s}, u"the section"_s);
 }
 
 QString checkSet(const QStringList& a)
@@ -206,9 +140,10 @@ QString checkPicture(const QStringList& a)
     return {};
 }
 
-const QHash<QString, Check>& commands()
+// The steps that act: the person's, the system's and the settings'.
+QHash<QString, Check> stepChecks()
 {
-    static const QHash<QString, Check> table{
+    return {
         {u"click"_s, none()},
         {u"right-click"_s, none()},
         {u"option-click"_s, none()},
@@ -256,44 +191,17 @@ const QHash<QString, Check>& commands()
                              [](const QStringList& a) {
                                  return a[0] == u"none" ? QString() : checkApplication(a[0]);
                              })},
-        {u"expect hidden"_s, applications},
-        {u"expect unseen"_s, applications},
-        {u"expect state"_s, word({u"shown"_s, u"scanning"_s, u"requesting"_s, u"hidden"_s},
-                                 u"the state"_s)},
-        {u"expect reason"_s,
-         exactly(2, [](const QStringList& a) {
-             if (a[0].isEmpty())
-                 return u"a bundle identifier must be named"_s;
-             return oneOf(a[1], BoundaryPolicy::reasonWords() + QStringList{u"none"_s},
-                          u"the reason"_s);
-         })},
-        {u"expect pressed"_s,
-         [](const QStringList& a) {
-             if (a.isEmpty() || a.size() > 2)
-                 return u"takes BUNDLE [TITLE]"_s;
-             return a[0].isEmpty() ? u"a bundle identifier must be named"_s : QString();
-         }},
-        {u"expect menu-open"_s,
-         exactly(1, [](const QStringList& a) {
-             return a[0].isEmpty() ? u"takes a bundle identifier or none"_s : QString();
-         })},
-        {u"expect login"_s, word({u"on"_s, u"off"_s}, u"the switch"_s)},
-        {u"expect login-item"_s, word(SessionScript::loginItemStatusWords(), u"the status"_s)},
-        {u"expect notice"_s, exactly(1)},
-        {u"expect message"_s, exactly(1)},
-        {u"expect tooltip"_s, exactly(1)},
-        {u"expect settings"_s,
-         [](const QStringList& a) {
-             if (a.isEmpty() || a.size() > 2)
-                 return u"takes open [SECTION] or closed"_s;
-             if (const QString error = oneOf(a[0], {u"open"_s, u"closed"_s}, u"the window"_s);
-                 !error.isEmpty())
-                 return error;
-             if (a.size() == 2)
-                 return a[0] == u"closed" ? u"a closed window has no section"_s : checkSection(a[1]);
-             return QString();
-         }},
     };
+}
+
+// The steps, and the expectations as their checker lists them.
+const QHash<QString, Check>& commands()
+{
+    static const QHash<QString, Check> table = [] {
+        QHash<QString, Check> steps = SessionExpectations::argumentChecks();
+        steps.insert(stepChecks());
+        return steps;
+    }();
     return table;
 }
 
