@@ -160,12 +160,10 @@ StepOutcome SessionSteps::changeScreens(const QStringList& arguments)
 // the session says what the system now has.
 StepOutcome SessionSteps::switchLoginItem(bool on)
 {
-    SimLoginItems* loginItems = m_context.platform.simulatedLoginItems();
-    if (!loginItems)
-        return {2, u"the login items are the host's own, not the simulated ones"_s};
-    on ? loginItems->approve() : loginItems->switchOff();
+    SimLoginItems& loginItems = m_context.platform.simulatedLoginItems();
+    on ? loginItems.approve() : loginItems.switchOff();
     m_printer.print(m_printer.text(u"Inicio de sesión según el sistema: %1"_s)
-                        .arg(m_printer.text(loginItemStatusText(loginItems->status()))));
+                        .arg(m_printer.text(loginItemStatusText(loginItems.status()))));
     return {};
 }
 

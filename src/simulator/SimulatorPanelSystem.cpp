@@ -87,14 +87,12 @@ void SimulatorPanel::launchSecondCopy()
 }
 
 // Tuckaway's switch in System Settings, and the status the system gives its login item. The
-// settings window shows it when Tuckaway next reads it, as on a Mac. Off macOS a run that
-// is not a session uses the host's own autostart entry, which has no such switch.
+// settings window shows it when Tuckaway next reads it, as on a Mac.
 QWidget* SimulatorPanel::buildLoginItems()
 {
     m_loginItemsBox = new QGroupBox(this);
     auto* layout = new QVBoxLayout(m_loginItemsBox);
     m_loginItemOn = new QCheckBox(m_loginItemsBox);
-    m_loginItemOn->setEnabled(m_platform.simulatedLoginItems() != nullptr);
     layout->addWidget(m_loginItemOn);
     m_loginItemStatus = new QLabel(m_loginItemsBox);
     m_loginItemStatus->setWordWrap(true);
@@ -105,22 +103,17 @@ QWidget* SimulatorPanel::buildLoginItems()
 
 void SimulatorPanel::setLoginItemSwitchedOn(bool on)
 {
-    SimLoginItems* loginItems = m_platform.simulatedLoginItems();
-    if (!loginItems)
-        return;
-    on ? loginItems->approve() : loginItems->switchOff();
+    SimLoginItems& loginItems = m_platform.simulatedLoginItems();
+    on ? loginItems.approve() : loginItems.switchOff();
     refreshLoginItems();
 }
 
 void SimulatorPanel::refreshLoginItems()
 {
-    const SimLoginItems* loginItems = m_platform.simulatedLoginItems();
     const QSignalBlocker blocker(m_loginItemOn);
-    m_loginItemOn->setChecked(!loginItems || !loginItems->switchedOff());
-    m_loginItemStatus->setText(
-        loginItems ? text(u"Según el sistema: %1"_s)
-                         .arg(text(loginItemStatusText(m_platform.loginItems().status())))
-                   : text(u"Este escritorio usa el inicio automático real de este sistema."_s));
+    m_loginItemOn->setChecked(!m_platform.simulatedLoginItems().switchedOff());
+    m_loginItemStatus->setText(text(u"Según el sistema: %1"_s)
+                                   .arg(text(loginItemStatusText(m_platform.loginItems().status()))));
 }
 
 void SimulatorPanel::retranslateSystem()

@@ -86,7 +86,6 @@ const QHash<QString, QString>& english()
         {u"Ajustes del Sistema · Elementos de inicio"_s, u"System Settings · Login Items"_s},
         {u"Tuckaway puede abrirse al iniciar sesión"_s, u"Tuckaway may open at login"_s},
         {u"Según el sistema: %1"_s, u"As the system has it: %1"_s},
-        {u"Este escritorio usa el inicio automático real de este sistema."_s, u"This desktop uses this system's real autostart."_s},
         {u"activado"_s, u"enabled"_s},
         {u"requiere aprobación"_s, u"requires approval"_s},
         {u"no registrado"_s, u"not registered"_s},

@@ -290,22 +290,31 @@ private Q_SLOTS:
         QTest::addColumn<QString>("person");    // there, while Tuckaway runs: "on", "off"
         QTest::addColumn<QString>("notice");    // after switching launch at login on
         QTest::addColumn<Status>("afterwards"); // as the system has it
+        QTest::addColumn<bool>("host"); // an enabled item kept in the host's autostart entry
         const QString updated = u"Inicio de sesión actualizado."_s;
         const QString notPermitted = u"Operation not permitted"_s;
-        QTest::newRow("switched off before the launch")
-            << Status::NotRegistered << true << QString() << notPermitted
-            << Status::RequiresApproval;
-        QTest::newRow("switched off while enabled")
-            << Status::Enabled << false << u"off"_s << notPermitted << Status::RequiresApproval;
-        QTest::newRow("switched on again")
-            << Status::RequiresApproval << true << u"on"_s << updated << Status::Enabled;
-        QTest::newRow("approved while waiting")
-            << Status::RequiresApproval << false << u"on"_s << updated << Status::Enabled;
-        QTest::newRow("still waiting")
-            << Status::RequiresApproval << false << QString()
-            << u"Confirma el inicio de sesión en Ajustes del Sistema → General → Elementos de "
-               u"inicio."_s
-            << Status::RequiresApproval;
+        const auto row = [&](const char* name, Status atLaunch, bool switchedOff,
+                             const QString& person, const QString& notice, Status afterwards,
+                             bool host) {
+            QTest::newRow(qPrintable(QString::fromLatin1(name) +
+                                     (host ? u" (the host's entry)"_s : QString())))
+                << atLaunch << switchedOff << person << notice << afterwards << host;
+        };
+        for (const bool host : {false, true}) {
+            row("switched off before the launch", Status::NotRegistered, true, {}, notPermitted,
+                Status::RequiresApproval, host);
+            row("switched off while enabled", Status::Enabled, false, u"off"_s, notPermitted,
+                Status::RequiresApproval, host);
+            row("switched on again", Status::RequiresApproval, true, u"on"_s, updated,
+                Status::Enabled, host);
+        }
+        // An entry of the host is there or not: it cannot wait for approval.
+        row("approved while waiting", Status::RequiresApproval, false, u"on"_s, updated,
+            Status::Enabled, false);
+        row("still waiting", Status::RequiresApproval, false, {},
+            u"Confirma el inicio de sesión en Ajustes del Sistema → General → Elementos de "
+            u"inicio."_s,
+            Status::RequiresApproval, false);
     }
 
     // The person may switch Tuckaway off or on in System Settings at any moment. Tuckaway
@@ -318,11 +327,21 @@ private Q_SLOTS:
         QFETCH(QString, person);
         QFETCH(QString, notice);
         QFETCH(LoginItemService::Status, afterwards);
+        QFETCH(bool, host);
         SimLoginItems::Behaviour behaviour;
         behaviour.requiresApproval = true;
         behaviour.registration = atLaunch;
         behaviour.switchedOff = switchedOff;
-        login = std::make_unique<SimLoginItems>(behaviour);
+        QTemporaryDir home;
+        std::unique_ptr<XdgAutostart> entry;
+        XdgAutostart* hostEntry = nullptr;
+        if (host) {
+            entry = std::make_unique<XdgAutostart>(home.path(), QCoreApplication::applicationFilePath());
+            if (atLaunch != LoginItemService::Status::NotRegistered)
+                QVERIFY(!entry->registerApp());
+            hostEntry = entry.get();
+        }
+        login = std::make_unique<SimLoginItems>(behaviour, std::move(entry));
         restart();
         const bool enabledAtLaunch = atLaunch == LoginItemService::Status::Enabled;
         QCOMPARE(prefs->loginEnabled(), enabledAtLaunch);
@@ -338,6 +357,9 @@ private Q_SLOTS:
         QCOMPARE(prefs->loginEnabled(), afterwards == LoginItemService::Status::Enabled);
         restart();
         QCOMPARE(prefs->loginEnabled(), afterwards == LoginItemService::Status::Enabled);
+        if (hostEntry)
+            QCOMPARE(hostEntry->status() == LoginItemService::Status::Enabled,
+                     afterwards == LoginItemService::Status::Enabled);
     }
 
     void autostartEntryLifecycle()

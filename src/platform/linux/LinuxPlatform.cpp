@@ -28,6 +28,8 @@ PlatformOrError createPlatform(const PlatformOptions& options)
     };
     services.userDefaults = std::make_unique<FileUserDefaults>(FileUserDefaults::standardPath(), tell);
     services.time = std::make_unique<SystemTimeSource>();
+    // Behind the simulated login items and hot keys: the host's autostart entry and, on X,
+    // its keyboard grab.
     services.loginItems = std::make_unique<XdgAutostart>(XdgAutostart::defaultConfigHome(),
                                                          QCoreApplication::applicationFilePath());
     services.filePanels = std::make_unique<QtFilePanels>();

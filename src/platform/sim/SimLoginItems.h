@@ -2,6 +2,8 @@
 
 #include "settings/LoginItemService.h"
 
+#include <memory>
+
 namespace tk {
 
 // The simulated system's login item registration. How it answers is part of the scenario:
@@ -9,6 +11,11 @@ namespace tk {
 // person may switch Tuckaway off, or on again, in System Settings (General, Login Items) at
 // any moment: switched off, a registration fails with "Operation not permitted" and waits
 // for approval, and an enabled one waits for approval again.
+//
+// Off macOS with a display, an enabled login item is kept in the host's own autostart entry,
+// so that Tuckaway really opens at login: the entry is written when the simulated system
+// enables the item and removed when it stops being enabled, and the status at launch is
+// the entry's (the person's switch in System Settings still applies to it).
 class SimLoginItems final : public LoginItemService {
 public:
     struct Behaviour {
@@ -22,10 +29,8 @@ public:
     };
 
     SimLoginItems() = default;
-    explicit SimLoginItems(Behaviour behaviour)
-        : m_behaviour(std::move(behaviour)), m_status(m_behaviour.registration)
-    {
-    }
+    explicit SimLoginItems(Behaviour behaviour, std::unique_ptr<LoginItemService> host = nullptr);
+    ~SimLoginItems() override;
 
     Status status() const override;
     std::optional<Error> registerApp() override;
@@ -40,7 +45,11 @@ public:
     void switchOff();
 
 private:
+    // The simulated status becomes `status`, and the host's entry follows it.
+    std::optional<Error> become(Status status);
+
     Behaviour m_behaviour;
+    std::unique_ptr<LoginItemService> m_host;
     Status m_status = Status::NotRegistered;
 };
 

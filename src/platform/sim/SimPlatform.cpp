@@ -24,6 +24,10 @@ SimPlatform::SimPlatform(Services services, SimScenario scenario) : m_services(s
     auto simulated = std::make_unique<SimHotKeyService>(std::move(m_services.hotKeys));
     m_simulatedHotKeys = simulated.get();
     m_services.hotKeys = std::move(simulated);
+    auto loginItems = std::make_unique<SimLoginItems>(scenario.loginItem,
+                                                      std::move(m_services.loginItems));
+    m_simulatedLoginItems = loginItems.get();
+    m_services.loginItems = std::move(loginItems);
     m_desktop = std::make_unique<SimDesktop>(std::move(scenario), m_services.userDefaults.get());
     m_simulatedHotKeys->setTakenShortcuts(m_desktop->takenShortcuts());
     m_accessibility = std::make_unique<SimAccessibility>(*m_desktop, *m_services.time);
@@ -50,7 +54,6 @@ std::unique_ptr<SimPlatform> SimPlatform::replayable(SimScenario scenario)
     Services services;
     services.userDefaults = std::make_unique<InMemoryUserDefaults>();
     services.time = std::make_unique<VirtualTimeSource>();
-    services.loginItems = std::make_unique<SimLoginItems>(scenario.loginItem);
     services.filePanels = std::make_unique<ScriptedFilePanels>();
     return std::make_unique<SimPlatform>(std::move(services), std::move(scenario));
 }
@@ -70,9 +73,9 @@ LoginItemService& SimPlatform::loginItems()
     return *m_services.loginItems;
 }
 
-SimLoginItems* SimPlatform::simulatedLoginItems()
+SimLoginItems& SimPlatform::simulatedLoginItems()
 {
-    return dynamic_cast<SimLoginItems*>(m_services.loginItems.get());
+    return *m_simulatedLoginItems;
 }
 
 FilePanels& SimPlatform::filePanels()

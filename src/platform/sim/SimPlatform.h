@@ -22,7 +22,7 @@ public:
     struct Services {
         std::unique_ptr<UserDefaults> userDefaults;
         std::unique_ptr<TimeSource> time;
-        std::unique_ptr<LoginItemService> loginItems;
+        std::unique_ptr<LoginItemService> loginItems; // the host's own, behind the simulated one
         std::unique_ptr<FilePanels> filePanels;
         std::unique_ptr<HotKeyService> hotKeys; // the host's own, behind the simulated one
     };
@@ -57,12 +57,12 @@ public:
     SimPrivacySettings& simulatedPrivacySettings() { return *m_privacySettings; }
 
     SimHotKeyService& simulatedHotKeys() { return *m_simulatedHotKeys; }
-    // The simulated login item service, or null when the host's own serves.
-    SimLoginItems* simulatedLoginItems();
+    SimLoginItems& simulatedLoginItems();
 
 private:
     Services m_services;
     SimHotKeyService* m_simulatedHotKeys = nullptr;
+    SimLoginItems* m_simulatedLoginItems = nullptr;
     std::unique_ptr<SimDesktop> m_desktop;
     std::unique_ptr<SimAccessibility> m_accessibility;
     std::unique_ptr<SimWorkspace> m_workspace;
