@@ -93,6 +93,7 @@ QWidget* SimulatorPanel::buildLoginItems()
     m_loginItemsBox = new QGroupBox(this);
     auto* layout = new QVBoxLayout(m_loginItemsBox);
     m_loginItemOn = new QCheckBox(m_loginItemsBox);
+    m_loginItemOn->setObjectName(u"loginItemSwitch"_s);
     layout->addWidget(m_loginItemOn);
     m_loginItemStatus = new QLabel(m_loginItemsBox);
     m_loginItemStatus->setWordWrap(true);
@@ -111,9 +112,13 @@ void SimulatorPanel::setLoginItemSwitchedOn(bool on)
 void SimulatorPanel::refreshLoginItems()
 {
     const QSignalBlocker blocker(m_loginItemOn);
-    m_loginItemOn->setChecked(!m_platform.simulatedLoginItems().switchedOff());
+    // As System Settings shows it: off while switched off or waiting for approval, so that
+    // switching it on approves.
+    const LoginItemService::Status status = m_platform.loginItems().status();
+    m_loginItemOn->setChecked(!m_platform.simulatedLoginItems().switchedOff() &&
+                              status != LoginItemService::Status::RequiresApproval);
     m_loginItemStatus->setText(text(u"Según el sistema: %1"_s)
-                                   .arg(text(loginItemStatusText(m_platform.loginItems().status()))));
+                                   .arg(text(loginItemStatusText(status))));
 }
 
 void SimulatorPanel::retranslateSystem()

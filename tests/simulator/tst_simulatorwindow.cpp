@@ -353,7 +353,9 @@ void TestSimulatorWindow::panelSwitchesTheLoginItem()
     QCOMPARE(loginItems.status(), LoginItemService::Status::RequiresApproval);
     QVERIFY(!toggle->isChecked());
 
-    panel.setLoginItemSwitchedOn(true); // approved
+    auto* systemSwitch = panel.findChild<QCheckBox*>(u"loginItemSwitch"_s);
+    QVERIFY(systemSwitch && !systemSwitch->isChecked()); // waiting, as System Settings shows it
+    systemSwitch->click(); // approved
     QCOMPARE(loginItems.status(), LoginItemService::Status::Enabled);
     QVERIFY(!toggle->isChecked());
     QVERIFY(shows(panel, u"Según el sistema: activado"_s));
