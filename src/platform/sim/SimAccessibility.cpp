@@ -1,11 +1,11 @@
 #include "SimAccessibility.h"
 
+#include "platform/sim/SimAccessibilityRequest.h"
 #include "platform/sim/SimDesktop.h"
 #include "platform/sim/VirtualTime.h"
 
 #include <QCoreApplication>
 #include <QThread>
-#include <QVarLengthArray>
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -17,36 +17,6 @@ namespace tk {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// An element of a simulated application: the process it belongs to and where it stands in
-// that application's tree. It holds no answer: every request reads the desktop as it is
-// at that moment, so an item that moved or came back between two reads is seen where it
-// is, and an element of an application that has quit is no longer valid.
-class SimAXElement final : public AXElement {
-public:
-    enum class Kind { Application, ExtrasMenuBar, Item, MenuBar, Menu };
-    // Indices from the extras menu bar down to an item; room for the levels a scan visits.
-    using Path = QVarLengthArray<qsizetype, 4>;
-
-    SimAXElement(qint32 processId, std::shared_ptr<SimProcess> runningProcess, Kind elementKind,
-                 Path elementPath = {})
-        : pid(processId), process(std::move(runningProcess)), kind(elementKind),
-          path(std::move(elementPath))
-    {
-    }
-
-    // As on the Mac, an element read from another does not take over its messaging timeout.
-    AXElementRef derived(Kind derivedKind, Path derivedPath = {}) const
-    {
-        return std::make_shared<SimAXElement>(pid, process, derivedKind, std::move(derivedPath));
-    }
-
-    const qint32 pid;
-    const std::shared_ptr<SimProcess> process; // null: no process had the pid when it was made
-    const Kind kind;
-    const Path path; // for items
-    mutable std::atomic<double> timeout{SimAccessibility::defaultMessagingTimeout};
-};
 
 const SimAXElement* simulated(const AXElementRef& element)
 {
@@ -67,216 +37,6 @@ const SimElement* itemAt(const SimApplication& application, const SimAXElement::
     return item;
 }
 
-// One request as the desktop stands when it is made. `error` says why it has no answer;
-// otherwise `application` (and `item`, for an item) are what it answers from, kept alive
-// by `world` for as long as the request lasts.
-struct Request {
-    qint32 error = AXResult::success;
-    std::shared_ptr<const SimWorldState> world;
-    const SimAXElement* element = nullptr;
-    const SimApplicationState* application = nullptr;
-    const SimElement* item = nullptr;
-};
-
-AXAttribute failed(qint32 error)
-{
-    AXAttribute attribute;
-    attribute.error = error;
-    return attribute;
-}
-
-AXAttribute text(const SimText& value)
-{
-    AXAttribute attribute;
-    switch (value.kind) {
-    case SimText::Kind::Absent:
-        return failed(AXResult::noValue);
-    case SimText::Kind::String:
-        attribute.kind = AXAttribute::Kind::String;
-        attribute.string = value.string;
-        break;
-    case SimText::Kind::OtherType:
-        attribute.kind = AXAttribute::Kind::Other;
-        break;
-    }
-    return attribute;
-}
-
-AXAttribute elementList(const QList<AXElementRef>& elements)
-{
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::ElementList;
-    attribute.elements = elements;
-    return attribute;
-}
-
-AXAttribute element(AXElementRef value)
-{
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::Element;
-    attribute.element = std::move(value);
-    return attribute;
-}
-
-// A point or a size value; nothing to give is no value.
-AXAttribute pointValue(const std::optional<QPointF>& point)
-{
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::PointValue;
-    attribute.point = point;
-    return point ? attribute : failed(AXResult::noValue);
-}
-
-AXAttribute sizeValue(const std::optional<QSizeF>& size)
-{
-    AXAttribute attribute;
-    attribute.kind = AXAttribute::Kind::SizeValue;
-    attribute.size = size;
-    return size ? attribute : failed(AXResult::noValue);
-}
-
-// Where an item stands and how large it is. An item that gives neither takes them from the
-// menu bar's layout, an element below it from its parent.
-struct Place {
-    std::optional<QPointF> position;
-    std::optional<QSizeF> size;
-};
-
-Place placeOf(const SimApplicationState& application, const SimAXElement::Path& path)
-{
-    Place place;
-    if (const std::optional<Rect> frame = application.barFrames.value(path.first())) {
-        place.position = QPointF(frame->x, frame->y);
-        place.size = QSizeF(frame->width, frame->height);
-    }
-    const QList<SimElement>* level = &application.application->items;
-    for (const qsizetype index : path) {
-        const SimElement& item = level->at(index);
-        if (item.positionSource != SimElement::Source::Layout)
-            place.position = item.positionSource == SimElement::Source::Given
-                                 ? std::optional(item.position)
-                                 : std::nullopt;
-        if (item.sizeSource != SimElement::Source::Layout)
-            place.size = item.sizeSource == SimElement::Source::Given ? std::optional(item.size)
-                                                                      : std::nullopt;
-        level = &item.children;
-    }
-    return place;
-}
-
-QList<AXElementRef> childrenOf(const SimAXElement& parent, qsizetype count)
-{
-    QList<AXElementRef> children;
-    children.reserve(count);
-    for (qsizetype i = 0; i < count; ++i) {
-        SimAXElement::Path path = parent.path;
-        path.append(i);
-        children.append(parent.derived(SimAXElement::Kind::Item, std::move(path)));
-    }
-    return children;
-}
-
-// An application with menus has a menu bar, whether or not it is the frontmost one: its
-// menus answer where they stand while it is.
-AXAttribute menuBarOf(const Request& request)
-{
-    if (request.application->application->menus.isEmpty())
-        return failed(AXResult::noValue);
-    return element(request.element->derived(SimAXElement::Kind::MenuBar));
-}
-
-AXAttribute menuBarAttribute(const Request& request, const QString& name)
-{
-    if (name == "AXRole"_L1)
-        return text(SimText::of(u"AXMenuBar"_s));
-    if (name != "AXChildren"_L1)
-        return failed(AXResult::attributeUnsupported);
-    QList<AXElementRef> menus;
-    for (qsizetype i = 0; i < request.application->menuFrames.size(); ++i)
-        menus.append(request.element->derived(SimAXElement::Kind::Menu, {i}));
-    return elementList(menus);
-}
-
-AXAttribute menuAttribute(const Request& request, const QString& name)
-{
-    const qsizetype index = request.element->path.value(0, -1);
-    const QList<Rect>& frames = request.application->menuFrames;
-    const QList<SimMenu>& menus = request.application->application->menus;
-    if (index < 0 || index >= frames.size() || index >= menus.size())
-        return failed(AXResult::invalidUIElement);
-    const Rect& frame = frames.at(index);
-    if (name == "AXRole"_L1)
-        return text(SimText::of(u"AXMenuBarItem"_s));
-    if (name == "AXTitle"_L1)
-        return text(SimText::of(menus.at(index).title));
-    if (name == "AXPosition"_L1)
-        return pointValue(QPointF(frame.x, frame.y));
-    if (name == "AXSize"_L1)
-        return sizeValue(QSizeF(frame.width, frame.height));
-    return failed(AXResult::attributeUnsupported);
-}
-
-AXAttribute applicationAttribute(const Request& request, const QString& name)
-{
-    const SimApplication& app = *request.application->application;
-    if (name == "AXRole"_L1)
-        return text(SimText::of(u"AXApplication"_s));
-    if (name == "AXTitle"_L1)
-        return app.name ? text(SimText::of(*app.name)) : failed(AXResult::noValue);
-    if (name == "AXChildren"_L1)
-        return elementList({});
-    if (name == "AXMenuBar"_L1)
-        return menuBarOf(request);
-    if (name != "AXExtrasMenuBar"_L1)
-        return failed(AXResult::attributeUnsupported);
-    if (!app.hasExtrasMenuBar)
-        return failed(AXResult::noValue);
-    return element(request.element->derived(SimAXElement::Kind::ExtrasMenuBar));
-}
-
-AXAttribute barAttribute(const Request& request, const QString& name)
-{
-    if (name == "AXRole"_L1)
-        return text(SimText::of(u"AXMenuBar"_s));
-    if (name == "AXChildren"_L1)
-        return elementList(
-            childrenOf(*request.element, request.application->application->items.size()));
-    return failed(AXResult::attributeUnsupported);
-}
-
-// A hidden application's items have left the menu bar: they have no place at all.
-AXAttribute positionAttribute(const Request& request)
-{
-    if (!request.application->visible)
-        return failed(AXResult::noValue);
-    return pointValue(placeOf(*request.application, request.element->path).position);
-}
-
-AXAttribute sizeAttribute(const Request& request)
-{
-    if (!request.application->visible)
-        return failed(AXResult::noValue);
-    return sizeValue(placeOf(*request.application, request.element->path).size);
-}
-
-AXAttribute itemAttribute(const Request& request, const QString& name)
-{
-    const SimElement& item = *request.item;
-    if (name == "AXRole"_L1)
-        return text(item.role);
-    if (name == "AXTitle"_L1)
-        return text(item.title);
-    if (name == "AXDescription"_L1)
-        return text(item.description);
-    if (name == "AXChildren"_L1)
-        return elementList(childrenOf(*request.element, item.children.size()));
-    if (name == "AXPosition"_L1)
-        return positionAttribute(request);
-    if (name == "AXSize"_L1)
-        return sizeAttribute(request);
-    return failed(AXResult::attributeUnsupported);
-}
-
 // Lets time pass for a request: `onVirtual` seconds of virtual time (which, paced, also waits
 // for the clock to get there), or `onWall` of the machine's.
 void letTimePass(TimeSource& time, double onVirtual, double onWall)
@@ -292,26 +52,6 @@ void spend(TimeSource& time, double seconds)
 {
     if (seconds > 0.0)
         letTimePass(time, seconds, seconds);
-}
-
-// What the element of a request that reached it answers for one attribute.
-AXAttribute answer(const Request& request, const QString& name)
-{
-    if (request.error != AXResult::success)
-        return failed(request.error);
-    switch (request.element->kind) {
-    case SimAXElement::Kind::Application:
-        return applicationAttribute(request, name);
-    case SimAXElement::Kind::ExtrasMenuBar:
-        return barAttribute(request, name);
-    case SimAXElement::Kind::Item:
-        return itemAttribute(request, name);
-    case SimAXElement::Kind::MenuBar:
-        return menuBarAttribute(request, name);
-    case SimAXElement::Kind::Menu:
-        return menuAttribute(request, name);
-    }
-    return failed(AXResult::failure);
 }
 
 // An application that takes longer than the element's timeout, or has stopped answering,
@@ -333,7 +73,7 @@ bool answersInTime(SimAccessibility& ax, TimeSource& time, const SimAXElement& e
 // Whether the request reaches the element's application, in the order the Mac checks: one
 // that cannot be sent, one this process may not make, one to a process that never ran or
 // has gone. Success when it reaches it.
-qint32 reach(const SimDesktop& desktop, Request& request)
+qint32 reach(const SimDesktop& desktop, SimAXRequest& request)
 {
     if (!request.element || request.element->pid <= 0)
         return AXResult::illegalArgument;
@@ -352,10 +92,10 @@ qint32 reach(const SimDesktop& desktop, Request& request)
 
 // Once it has reached the application, the request costs its time, and may be about an item
 // the application no longer has.
-Request send(SimAccessibility& ax, const SimDesktop& desktop, TimeSource& time,
-             const AXElementRef& element)
+SimAXRequest send(SimAccessibility& ax, const SimDesktop& desktop, TimeSource& time,
+                  const AXElementRef& element)
 {
-    Request request;
+    SimAXRequest request;
     request.element = simulated(element);
     request.error = reach(desktop, request);
     if (request.error != AXResult::success) {
@@ -451,7 +191,7 @@ QList<AXAttribute> SimAccessibility::attributes(const AXElementRef& element,
                                                 const QStringList& names)
 {
     waitWhileHeld(element);
-    const Request request = send(*this, m_desktop, m_time, element);
+    const SimAXRequest request = send(*this, m_desktop, m_time, element);
     QList<AXAttribute> answers;
     answers.reserve(names.size());
     for (const QString& name : names)
@@ -482,7 +222,7 @@ void SimAccessibility::resetRoundTrips()
 std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& element)
 {
     waitWhileHeld(element);
-    const Request request = send(*this, m_desktop, m_time, element);
+    const SimAXRequest request = send(*this, m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return std::nullopt;
     return request.item ? request.item->actions : QStringList();
@@ -491,7 +231,7 @@ std::optional<QStringList> SimAccessibility::actionNames(const AXElementRef& ele
 AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, const QString& name)
 {
     waitWhileHeld(element);
-    const Request request = send(*this, m_desktop, m_time, element);
+    const SimAXRequest request = send(*this, m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return {request.error, false};
     if (!request.item)
@@ -507,7 +247,7 @@ AXSettable SimAccessibility::isAttributeSettable(const AXElementRef& element, co
 qint32 SimAccessibility::performAction(const AXElementRef& element, const QString& name)
 {
     waitWhileHeld(element);
-    const Request request = send(*this, m_desktop, m_time, element);
+    const SimAXRequest request = send(*this, m_desktop, m_time, element);
     if (request.error != AXResult::success)
         return request.error;
     const SimElement* item = request.item;
