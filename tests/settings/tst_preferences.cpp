@@ -282,64 +282,6 @@ private Q_SLOTS:
         QVERIFY(prefs->loginEnabled()); // as the system has it
     }
 
-    void loginItemChangedInSystemSettings_data()
-    {
-        using Status = LoginItemService::Status;
-        QTest::addColumn<Status>("atLaunch");
-        QTest::addColumn<bool>("switchedOff");  // in System Settings, before the launch
-        QTest::addColumn<QString>("person");    // there, while Tuckaway runs: "on", "off"
-        QTest::addColumn<QString>("notice");    // after switching launch at login on
-        QTest::addColumn<Status>("afterwards"); // as the system has it
-        const QString updated = u"Inicio de sesión actualizado."_s;
-        const QString notPermitted = u"Operation not permitted"_s;
-        QTest::newRow("switched off before the launch")
-            << Status::NotRegistered << true << QString() << notPermitted
-            << Status::RequiresApproval;
-        QTest::newRow("switched off while enabled")
-            << Status::Enabled << false << u"off"_s << notPermitted << Status::RequiresApproval;
-        QTest::newRow("switched on again")
-            << Status::RequiresApproval << true << u"on"_s << updated << Status::Enabled;
-        QTest::newRow("approved while waiting")
-            << Status::RequiresApproval << false << u"on"_s << updated << Status::Enabled;
-        QTest::newRow("still waiting")
-            << Status::RequiresApproval << false << QString()
-            << u"Confirma el inicio de sesión en Ajustes del Sistema → General → Elementos de "
-               u"inicio."_s
-            << Status::RequiresApproval;
-    }
-
-    // The person may switch Tuckaway off or on in System Settings at any moment. Tuckaway
-    // reads the status at launch and when it registers, as the system offers no word of a
-    // change: until then the switch shows what it read last.
-    void loginItemChangedInSystemSettings()
-    {
-        QFETCH(LoginItemService::Status, atLaunch);
-        QFETCH(bool, switchedOff);
-        QFETCH(QString, person);
-        QFETCH(QString, notice);
-        QFETCH(LoginItemService::Status, afterwards);
-        SimLoginItems::Behaviour behaviour;
-        behaviour.requiresApproval = true;
-        behaviour.registration = atLaunch;
-        behaviour.switchedOff = switchedOff;
-        login = std::make_unique<SimLoginItems>(behaviour);
-        restart();
-        const bool enabledAtLaunch = atLaunch == LoginItemService::Status::Enabled;
-        QCOMPARE(prefs->loginEnabled(), enabledAtLaunch);
-        if (person == u"on")
-            login->approve();
-        else if (person == u"off")
-            login->switchOff();
-        QCOMPARE(prefs->loginEnabled(), enabledAtLaunch);
-
-        prefs->setLogin(true);
-        QCOMPARE(prefs->notice(), notice);
-        QCOMPARE(login->status(), afterwards);
-        QCOMPARE(prefs->loginEnabled(), afterwards == LoginItemService::Status::Enabled);
-        restart();
-        QCOMPARE(prefs->loginEnabled(), afterwards == LoginItemService::Status::Enabled);
-    }
-
     void autostartEntryLifecycle()
     {
         QTemporaryDir home;
