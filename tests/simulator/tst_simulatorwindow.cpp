@@ -4,9 +4,7 @@
 #include "simulator/SimulatorWindow.h"
 
 #include <QApplication>
-#include <QCheckBox>
 #include <QDir>
-#include <QLabel>
 #include <QMenu>
 
 using namespace tk;
@@ -33,13 +31,6 @@ QStringList visibleNames(const SimDesktop& desktop)
     for (const SimDesktop::BarItem& item : desktop.visibleMenuBarItems())
         names << desktop.application(item.pid)->name.value_or(QString());
     return names;
-}
-
-bool shows(const QWidget& panel, const QString& text)
-{
-    const QList<QLabel*> labels = panel.findChildren<QLabel*>();
-    return std::any_of(labels.cbegin(), labels.cend(),
-                       [&](const QLabel* label) { return label->text() == text; });
 }
 
 // The application launched on a desktop, with the simulator window in front of it.
@@ -85,9 +76,7 @@ private Q_SLOTS:
     void menuOpensAtTheIcon();
     void panelChangesTheDesktop();
     void panelStartsAgainWhatQuit();
-    void builtInShortcutIsShared();
     void panelChangesTheScreens();
-    void panelSwitchesTheLoginItem();
     void screenshots();
 };
 
@@ -283,27 +272,6 @@ void TestSimulatorWindow::panelStartsAgainWhatQuit()
     QVERIFY(visibleNames(desktop).contains(u"Weathervane"_s));
 }
 
-// The built-in desktop's taken combination: Tuckaway registers it all the same, and a press
-// reaches both it and the application that holds it.
-void TestSimulatorWindow::builtInShortcutIsShared()
-{
-    Simulator sim(SimScenarioLoader::builtIn());
-    sim.shell.changeRecord([](SettingsData& record) {
-        record.hotkey = HotKeySettings{true, u"B"_s, u"controlShift"_s, u"toggle"_s};
-    });
-    Shell::drain();
-    QCOMPARE(sim.shell.preferences().hotkeyStatus(),
-             u"Atajo registrado. No se solicita monitorización de entrada."_s);
-    sim.panel().pressShortcut();
-    sim.shell.settled();
-    sim.shell.pass(0.25);
-    QVERIFY(sim.hiding());
-    QCOMPARE(sim.panel().message(), u"También ha respondido al atajo: Clipjar."_s);
-    sim.shell.preferences().setLanguage(u"en"_s);
-    Shell::drain();
-    QCOMPARE(sim.panel().message(), u"Also answered the shortcut: Clipjar."_s);
-}
-
 // The panel's choice of screens: the bars drawn follow, and without a screen the picture says
 // so and nothing can be clicked or dropped.
 void TestSimulatorWindow::panelChangesTheScreens()
@@ -336,34 +304,6 @@ void TestSimulatorWindow::panelChangesTheScreens()
     QVERIFY(sim.hiding());
     QCOMPARE(scene.strips().size(), 2);
     QCOMPARE(scene.strips().at(0).frame, (Rect{0, 0, 1512, 982}));
-}
-
-// The person switches Tuckaway on and off in System Settings from the panel; Tuckaway's own
-// switch shows what it read when it last registered, as on a Mac.
-void TestSimulatorWindow::panelSwitchesTheLoginItem()
-{
-    Simulator sim(SimScenarioLoader::builtIn()); // registration there waits for approval
-    SimulatorPanel& panel = sim.panel();
-    const LoginItemService& loginItems = sim.shell.platform->loginItems();
-    sim.shell.app->openSettings(std::nullopt);
-    sim.shell.pass(0.25);
-    auto* toggle = sim.shell.app->settingsWindow()->findChild<QCheckBox*>(u"loginToggle"_s);
-    QVERIFY(toggle);
-    toggle->click();
-    QCOMPARE(loginItems.status(), LoginItemService::Status::RequiresApproval);
-    QVERIFY(!toggle->isChecked());
-
-    panel.setLoginItemSwitchedOn(true); // approved
-    QCOMPARE(loginItems.status(), LoginItemService::Status::Enabled);
-    QVERIFY(!toggle->isChecked());
-    QVERIFY(shows(panel, u"Según el sistema: activado"_s));
-    toggle->click(); // reads what the system now has
-    QVERIFY(toggle->isChecked());
-
-    panel.setLoginItemSwitchedOn(false);
-    QCOMPARE(loginItems.status(), LoginItemService::Status::RequiresApproval);
-    QVERIFY(toggle->isChecked());
-    QVERIFY(shows(panel, u"Según el sistema: requiere aprobación"_s));
 }
 
 // The window in both languages, the panel with every control, for a person to look at.
