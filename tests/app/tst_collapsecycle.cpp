@@ -47,8 +47,6 @@ private Q_SLOTS:
     void countdown_data();
     void countdown();
     void applySettingsNotices();
-    void screensChange_data();
-    void screensChange();
     void unseenIconsCountedAndNamed();
 };
 
@@ -410,62 +408,6 @@ void TestCollapseCycle::applySettingsNotices()
                                 u"Restricción retirada; se ha solicitado restaurar todos los "
                                 u"iconos."_s,
                                 QString(), u"Configuración aplicada."_s}));
-}
-
-void TestCollapseCycle::screensChange_data()
-{
-    QTest::addColumn<QString>("screens"); // a list the built-in desktop names
-    QTest::newRow("the laptop alone") << u"laptop"_s;
-    QTest::newRow("lid closed: another primary") << u"lid-closed"_s;
-    QTest::newRow("docked: the laptop left of the primary") << u"docked"_s;
-    QTest::newRow("no screen for a moment") << u"none"_s;
-}
-
-// A change of screens shows the group again; the icon follows the primary screen's bar, and
-// without a screen it stands nowhere, so a collapse cannot read its place, while the hover,
-// the countdown and the settings window go on without one.
-void TestCollapseCycle::screensChange()
-{
-    QFETCH(QString, screens);
-    Shell shell;
-    QVERIFY(shell.launched());
-    const QList<SimScreen> first = shell.desktop.screens();
-    QList<SimScreen> changed;
-    for (const SimScreenSet& set : shell.desktop.screenSets()) {
-        if (set.name == screens)
-            changed = set.screens;
-    }
-    QCOMPARE(changed.isEmpty(), screens == u"none"_s);
-    shell.changeRecord([](SettingsData& record) {
-        record.hoverReveal = true;
-        record.autoCollapse = true;
-        record.delay = 5;
-    });
-    QVERIFY(shell.collapsed());
-    shell.services.changeScreens(changed);
-    shell.drain();
-    QVERIFY(!shell.visibility().active());
-    QVERIFY(!shell.app->expandedAt());
-    QCOMPARE(shell.services.screens().size(), changed.size());
-
-    const std::optional<Rect> icon = shell.item().buttonWindowFrame();
-    QCOMPARE(icon.has_value(), !changed.isEmpty());
-    if (icon) {
-        const Rect primary = changed.first().frame;
-        QCOMPARE(icon->maxY(), primary.maxY());
-        QVERIFY(icon->minX() >= primary.minX() && icon->maxX() <= primary.maxX());
-        shell.services.setPointerPosition(shell.onIcon());
-    }
-    shell.app->openSettings(std::nullopt);
-    shell.pass(1.0);
-    QVERIFY(shell.collapsed() == !changed.isEmpty());
-    QCOMPARE(shell.preferences().notice(),
-             changed.isEmpty() ? u"Aún no se puede leer la posición del separador."_s
-                               : u"Configuración aplicada."_s);
-
-    shell.services.changeScreens(first);
-    shell.drain();
-    QVERIFY(shell.collapsed());
 }
 
 QTEST_MAIN(TestCollapseCycle)
