@@ -1,7 +1,6 @@
 #include "ShellFixture.h"
 #include "app/UnseenIcons.h"
 #include "artwork/StatusGlyph.h"
-#include "platform/sim/SimAccessibility.h"
 
 using namespace tk;
 
@@ -41,8 +40,6 @@ private Q_SLOTS:
     void revealDropsCollapseAndCountdown();
     void collapseRefused_data();
     void collapseRefused();
-    void permissionWithdrawnDuringTheScan_data();
-    void permissionWithdrawnDuringTheScan();
     void hoverReveal();
     void countdown_data();
     void countdown();
@@ -262,51 +259,6 @@ void TestCollapseCycle::collapseRefused()
     QCOMPARE(shell.preferences().section(), section);
     QCOMPARE(shell.app->settingsWindow() && shell.app->settingsWindow()->isVisible(), section > 0);
     QCOMPARE(shell.app->collapseGeneration(), generation);
-    QCOMPARE(shell.platform->visibilityFramework().activationRequestCount(), 0);
-}
-
-// The walk is stopped as it comes to one application and the permission goes: what was
-// read before decides, and the rest of the desktop is as if it had no items.
-void TestCollapseCycle::permissionWithdrawnDuringTheScan_data()
-{
-    QTest::addColumn<qint32>("pid"); // the first application the walk cannot read
-    QTest::addColumn<int>("detected");
-    QTest::addColumn<QString>("notice");
-    QTest::addColumn<int>("section"); // 0: settings stay closed
-    QTest::addColumn<QString>("message");
-    QTest::newRow("before the first application")
-        << 402 << 0
-        << u"No se detectaron apps ocultables a la izquierda. Usa ⌘-arrastrar para colocar el "
-           u"separador."_s
-        << 1 << u"Ocultación experimental desactivada."_s;
-    QTest::newRow("after two hideable applications")
-        << 1205 << 15 << QString() << 0
-        << u"Se necesita Accesibilidad y el backend compatible con macOS 27."_s;
-}
-
-void TestCollapseCycle::permissionWithdrawnDuringTheScan()
-{
-    QFETCH(qint32, pid);
-    QFETCH(int, detected);
-    QFETCH(QString, notice);
-    QFETCH(int, section);
-    QFETCH(QString, message);
-    Shell shell;
-    QVERIFY(shell.launched());
-    SimAccessibility& accessibility = shell.platform->simulatedAccessibility();
-    accessibility.holdAnswersWhen([pid](qint32 to) { return to == pid; });
-    shell.click();
-    shell.drain();
-    QVERIFY(accessibility.waitForHeldWalk(std::chrono::seconds(30)));
-    shell.desktop.setTrusted(false);
-    accessibility.holdAnswers(false);
-    QVERIFY(shell.settled());
-
-    QVERIFY(shell.app->inspector().report().contains(u"\nDetectados: %1."_s.arg(detected)));
-    QCOMPARE(shell.preferences().notice(), notice);
-    QCOMPARE(shell.preferences().section(), section);
-    QCOMPARE(shell.app->settingsWindow() && shell.app->settingsWindow()->isVisible(), section > 0);
-    QCOMPARE(shell.visibility().message(), message);
     QCOMPARE(shell.platform->visibilityFramework().activationRequestCount(), 0);
 }
 
