@@ -209,49 +209,35 @@ void TestCollapseCycle::revealDropsCollapseAndCountdown()
     QCOMPARE(shell.platform->visibilityFramework().activationRequestCount(), requests);
 }
 
-// Nothing to hide, no right to, no boundary: the notice says why; settings open where it helps.
+// Nothing to hide or no boundary: the notice says why; settings open where it helps. Nothing
+// ticked, no Accessibility and no screen are played in settings.script, system.script and
+// screens.script.
 void TestCollapseCycle::collapseRefused_data()
 {
-    QTest::addColumn<QString>("cause");
+    QTest::addColumn<bool>("button");
     QTest::addColumn<QString>("notice");
     QTest::addColumn<int>("section"); // 0: settings stay closed
     QTest::addColumn<int>("generation");
-    const QString unreadable = u"Aún no se puede leer la posición del separador."_s;
-    QTest::newRow("manual, nothing ticked")
-        << u"manual"_s << u"Selecciona al menos una app en Organización."_s << 1 << 2;
     QTest::newRow("boundary, icon leftmost")
-        << u"boundary"_s
+        << true
         << u"No se detectaron apps ocultables a la izquierda. Usa ⌘-arrastrar para colocar el "
            u"separador."_s
         << 1 << 2;
-    QTest::newRow("no Accessibility: no collapse starts")
-        << u"untrusted"_s
-        << u"No se aplicó: falta Accesibilidad para esta copia. Autorízala en Permisos y "
-           u"diagnóstico."_s
-        << 3 << 1;
-    QTest::newRow("status item without button") << u"no button"_s << unreadable << 0 << 1;
-    QTest::newRow("no screens") << u"no screens"_s << unreadable << 0 << 1;
+    QTest::newRow("status item without button")
+        << false << u"Aún no se puede leer la posición del separador."_s << 0 << 1;
 }
 
 void TestCollapseCycle::collapseRefused()
 {
-    QFETCH(QString, cause);
+    QFETCH(bool, button);
     QFETCH(QString, notice);
     QFETCH(int, section);
     QFETCH(int, generation);
-    SimScenario scenario = SimScenarioLoader::builtIn();
-    if (cause == u"no screens"_s)
-        scenario.screens.clear();
-    Shell shell(scenario);
-    shell.services.setStatusItemsGetButtons(cause != u"no button"_s);
+    Shell shell;
+    shell.services.setStatusItemsGetButtons(button);
     QVERIFY(shell.launched());
-    if (cause == u"untrusted"_s) {
-        shell.desktop.setTrusted(false);
-    } else if (section == 1) {
-        shell.desktop.setStatusItemPlace(10000);
-        shell.changeRecord([&](SettingsData& record) { record.mode = cause; });
-        shell.drain();
-    }
+    shell.desktop.setStatusItemPlace(10000);
+    shell.drain();
 
     shell.app->toggleVisibility();
     QVERIFY(shell.settled());
