@@ -1,7 +1,6 @@
 #include "ShellFixture.h"
 #include "app/UnseenIcons.h"
 #include "artwork/StatusGlyph.h"
-#include "platform/sim/SimAccessibility.h"
 
 using namespace tk;
 
@@ -41,14 +40,10 @@ private Q_SLOTS:
     void revealDropsCollapseAndCountdown();
     void collapseRefused_data();
     void collapseRefused();
-    void permissionWithdrawnDuringTheScan_data();
-    void permissionWithdrawnDuringTheScan();
     void hoverReveal();
     void countdown_data();
     void countdown();
     void applySettingsNotices();
-    void screensChange_data();
-    void screensChange();
     void unseenIconsCountedAndNamed();
 };
 
@@ -214,49 +209,35 @@ void TestCollapseCycle::revealDropsCollapseAndCountdown()
     QCOMPARE(shell.platform->visibilityFramework().activationRequestCount(), requests);
 }
 
-// Nothing to hide, no right to, no boundary: the notice says why; settings open where it helps.
+// Nothing to hide or no boundary: the notice says why; settings open where it helps. Nothing
+// ticked, no Accessibility and no screen are played in settings.script, system.script and
+// screens.script.
 void TestCollapseCycle::collapseRefused_data()
 {
-    QTest::addColumn<QString>("cause");
+    QTest::addColumn<bool>("button");
     QTest::addColumn<QString>("notice");
     QTest::addColumn<int>("section"); // 0: settings stay closed
     QTest::addColumn<int>("generation");
-    const QString unreadable = u"Aún no se puede leer la posición del separador."_s;
-    QTest::newRow("manual, nothing ticked")
-        << u"manual"_s << u"Selecciona al menos una app en Organización."_s << 1 << 2;
     QTest::newRow("boundary, icon leftmost")
-        << u"boundary"_s
+        << true
         << u"No se detectaron apps ocultables a la izquierda. Usa ⌘-arrastrar para colocar el "
            u"separador."_s
         << 1 << 2;
-    QTest::newRow("no Accessibility: no collapse starts")
-        << u"untrusted"_s
-        << u"No se aplicó: falta Accesibilidad para esta copia. Autorízala en Permisos y "
-           u"diagnóstico."_s
-        << 3 << 1;
-    QTest::newRow("status item without button") << u"no button"_s << unreadable << 0 << 1;
-    QTest::newRow("no screens") << u"no screens"_s << unreadable << 0 << 1;
+    QTest::newRow("status item without button")
+        << false << u"Aún no se puede leer la posición del separador."_s << 0 << 1;
 }
 
 void TestCollapseCycle::collapseRefused()
 {
-    QFETCH(QString, cause);
+    QFETCH(bool, button);
     QFETCH(QString, notice);
     QFETCH(int, section);
     QFETCH(int, generation);
-    SimScenario scenario = SimScenarioLoader::builtIn();
-    if (cause == u"no screens"_s)
-        scenario.screens.clear();
-    Shell shell(scenario);
-    shell.services.setStatusItemsGetButtons(cause != u"no button"_s);
+    Shell shell;
+    shell.services.setStatusItemsGetButtons(button);
     QVERIFY(shell.launched());
-    if (cause == u"untrusted"_s) {
-        shell.desktop.setTrusted(false);
-    } else if (section == 1) {
-        shell.desktop.setStatusItemPlace(10000);
-        shell.changeRecord([&](SettingsData& record) { record.mode = cause; });
-        shell.drain();
-    }
+    shell.desktop.setStatusItemPlace(10000);
+    shell.drain();
 
     shell.app->toggleVisibility();
     QVERIFY(shell.settled());
@@ -264,51 +245,6 @@ void TestCollapseCycle::collapseRefused()
     QCOMPARE(shell.preferences().section(), section);
     QCOMPARE(shell.app->settingsWindow() && shell.app->settingsWindow()->isVisible(), section > 0);
     QCOMPARE(shell.app->collapseGeneration(), generation);
-    QCOMPARE(shell.platform->visibilityFramework().activationRequestCount(), 0);
-}
-
-// The walk is stopped as it comes to one application and the permission goes: what was
-// read before decides, and the rest of the desktop is as if it had no items.
-void TestCollapseCycle::permissionWithdrawnDuringTheScan_data()
-{
-    QTest::addColumn<qint32>("pid"); // the first application the walk cannot read
-    QTest::addColumn<int>("detected");
-    QTest::addColumn<QString>("notice");
-    QTest::addColumn<int>("section"); // 0: settings stay closed
-    QTest::addColumn<QString>("message");
-    QTest::newRow("before the first application")
-        << 402 << 0
-        << u"No se detectaron apps ocultables a la izquierda. Usa ⌘-arrastrar para colocar el "
-           u"separador."_s
-        << 1 << u"Ocultación experimental desactivada."_s;
-    QTest::newRow("after two hideable applications")
-        << 1205 << 15 << QString() << 0
-        << u"Se necesita Accesibilidad y el backend compatible con macOS 27."_s;
-}
-
-void TestCollapseCycle::permissionWithdrawnDuringTheScan()
-{
-    QFETCH(qint32, pid);
-    QFETCH(int, detected);
-    QFETCH(QString, notice);
-    QFETCH(int, section);
-    QFETCH(QString, message);
-    Shell shell;
-    QVERIFY(shell.launched());
-    SimAccessibility& accessibility = shell.platform->simulatedAccessibility();
-    accessibility.holdAnswersWhen([pid](qint32 to) { return to == pid; });
-    shell.click();
-    shell.drain();
-    QVERIFY(accessibility.waitForHeldWalk(std::chrono::seconds(30)));
-    shell.desktop.setTrusted(false);
-    accessibility.holdAnswers(false);
-    QVERIFY(shell.settled());
-
-    QVERIFY(shell.app->inspector().report().contains(u"\nDetectados: %1."_s.arg(detected)));
-    QCOMPARE(shell.preferences().notice(), notice);
-    QCOMPARE(shell.preferences().section(), section);
-    QCOMPARE(shell.app->settingsWindow() && shell.app->settingsWindow()->isVisible(), section > 0);
-    QCOMPARE(shell.visibility().message(), message);
     QCOMPARE(shell.platform->visibilityFramework().activationRequestCount(), 0);
 }
 
@@ -410,62 +346,6 @@ void TestCollapseCycle::applySettingsNotices()
                                 u"Restricción retirada; se ha solicitado restaurar todos los "
                                 u"iconos."_s,
                                 QString(), u"Configuración aplicada."_s}));
-}
-
-void TestCollapseCycle::screensChange_data()
-{
-    QTest::addColumn<QString>("screens"); // a list the built-in desktop names
-    QTest::newRow("the laptop alone") << u"laptop"_s;
-    QTest::newRow("lid closed: another primary") << u"lid-closed"_s;
-    QTest::newRow("docked: the laptop left of the primary") << u"docked"_s;
-    QTest::newRow("no screen for a moment") << u"none"_s;
-}
-
-// A change of screens shows the group again; the icon follows the primary screen's bar, and
-// without a screen it stands nowhere, so a collapse cannot read its place, while the hover,
-// the countdown and the settings window go on without one.
-void TestCollapseCycle::screensChange()
-{
-    QFETCH(QString, screens);
-    Shell shell;
-    QVERIFY(shell.launched());
-    const QList<SimScreen> first = shell.desktop.screens();
-    QList<SimScreen> changed;
-    for (const SimScreenSet& set : shell.desktop.screenSets()) {
-        if (set.name == screens)
-            changed = set.screens;
-    }
-    QCOMPARE(changed.isEmpty(), screens == u"none"_s);
-    shell.changeRecord([](SettingsData& record) {
-        record.hoverReveal = true;
-        record.autoCollapse = true;
-        record.delay = 5;
-    });
-    QVERIFY(shell.collapsed());
-    shell.services.changeScreens(changed);
-    shell.drain();
-    QVERIFY(!shell.visibility().active());
-    QVERIFY(!shell.app->expandedAt());
-    QCOMPARE(shell.services.screens().size(), changed.size());
-
-    const std::optional<Rect> icon = shell.item().buttonWindowFrame();
-    QCOMPARE(icon.has_value(), !changed.isEmpty());
-    if (icon) {
-        const Rect primary = changed.first().frame;
-        QCOMPARE(icon->maxY(), primary.maxY());
-        QVERIFY(icon->minX() >= primary.minX() && icon->maxX() <= primary.maxX());
-        shell.services.setPointerPosition(shell.onIcon());
-    }
-    shell.app->openSettings(std::nullopt);
-    shell.pass(1.0);
-    QVERIFY(shell.collapsed() == !changed.isEmpty());
-    QCOMPARE(shell.preferences().notice(),
-             changed.isEmpty() ? u"Aún no se puede leer la posición del separador."_s
-                               : u"Configuración aplicada."_s);
-
-    shell.services.changeScreens(first);
-    shell.drain();
-    QVERIFY(shell.collapsed());
 }
 
 QTEST_MAIN(TestCollapseCycle)

@@ -1,7 +1,8 @@
 // The control interface in this process, over its real socket, on the simulated desktop and
 // virtual time: what hostile clients get, the order requests are carried out in, refusals,
-// the deadline of slow clients, many clients at once, addresses the system opens, the lock
-// that makes one server, and the folder that keeps other users out.
+// the deadline of slow clients, many clients at once, addresses the system opens, and the
+// folder that keeps other users out. The lock that makes one server, and the socket a crash
+// leaves, are tst_automation's, through the program.
 #include "app/AppControl.h"
 #include "app/ShellFixture.h"
 #include "control/ControlEndpoint.h"
@@ -111,7 +112,6 @@ private Q_SLOTS:
     void clientsBeyondTheLimitAreClosed();
     void addressesFromTheSystem_data();
     void addressesFromTheSystem();
-    void oneServerPerEndpoint();
     void endpointFolders_data();
     void endpointFolders();
     void anotherUserCannotConnect_data();
@@ -415,25 +415,6 @@ void TestControlServer::addressesFromTheSystem()
     else
         QVERIFY2(m_shell->preferences().notice().contains(notice),
                  qPrintable(m_shell->preferences().notice()));
-}
-
-// The lock says which copy serves; a socket file left behind is replaced; closing takes the
-// socket file away and lets the lock go.
-void TestControlServer::oneServerPerEndpoint()
-{
-    ControlServer second(control().dispatcher(), m_shell->time);
-    QCOMPARE(second.listen(m_endpoint).outcome, ControlServer::Outcome::OtherCopyServes);
-    QVERIFY(!second.isListening());
-    control().stopListening();
-    QVERIFY(!QFileInfo::exists(m_endpoint.socketPath));
-    QFile left(m_endpoint.socketPath);
-    QVERIFY(left.open(QIODevice::WriteOnly));
-    left.close();
-    QCOMPARE(second.listen(m_endpoint).outcome, ControlServer::Outcome::Listening);
-    Client client(m_endpoint.socketPath);
-    client.send(requestLine(ControlCommand::Status));
-    QVERIFY(answered({&client}));
-    QVERIFY(client.answer());
 }
 
 void TestControlServer::endpointFolders_data()

@@ -282,84 +282,32 @@ private Q_SLOTS:
         QVERIFY(prefs->loginEnabled()); // as the system has it
     }
 
-    void loginItemChangedInSystemSettings_data()
+    // With a display, an enabled login item is kept in the host's autostart entry: the entry
+    // follows the simulated system's status, and the person's switch applies to it.
+    void loginItemKeptInTheHostsEntry()
     {
         using Status = LoginItemService::Status;
-        QTest::addColumn<Status>("atLaunch");
-        QTest::addColumn<bool>("switchedOff");  // in System Settings, before the launch
-        QTest::addColumn<QString>("person");    // there, while Tuckaway runs: "on", "off"
-        QTest::addColumn<QString>("notice");    // after switching launch at login on
-        QTest::addColumn<Status>("afterwards"); // as the system has it
-        QTest::addColumn<bool>("host"); // an enabled item kept in the host's autostart entry
-        const QString updated = u"Inicio de sesión actualizado."_s;
-        const QString notPermitted = u"Operation not permitted"_s;
-        const auto row = [&](const char* name, Status atLaunch, bool switchedOff,
-                             const QString& person, const QString& notice, Status afterwards,
-                             bool host) {
-            QTest::newRow(qPrintable(QString::fromLatin1(name) +
-                                     (host ? u" (the host's entry)"_s : QString())))
-                << atLaunch << switchedOff << person << notice << afterwards << host;
-        };
-        for (const bool host : {false, true}) {
-            row("switched off before the launch", Status::NotRegistered, true, {}, notPermitted,
-                Status::RequiresApproval, host);
-            row("switched off while enabled", Status::Enabled, false, u"off"_s, notPermitted,
-                Status::RequiresApproval, host);
-            row("switched on again", Status::RequiresApproval, true, u"on"_s, updated,
-                Status::Enabled, host);
-        }
-        // An entry of the host is there or not: it cannot wait for approval.
-        row("approved while waiting", Status::RequiresApproval, false, u"on"_s, updated,
-            Status::Enabled, false);
-        row("still waiting", Status::RequiresApproval, false, {},
-            u"Confirma el inicio de sesión en Ajustes del Sistema → General → Elementos de "
-            u"inicio."_s,
-            Status::RequiresApproval, false);
-    }
-
-    // The person may switch Tuckaway off or on in System Settings at any moment. Tuckaway
-    // reads the status at launch and when it registers, as the system offers no word of a
-    // change: until then the switch shows what it read last.
-    void loginItemChangedInSystemSettings()
-    {
-        QFETCH(LoginItemService::Status, atLaunch);
-        QFETCH(bool, switchedOff);
-        QFETCH(QString, person);
-        QFETCH(QString, notice);
-        QFETCH(LoginItemService::Status, afterwards);
-        QFETCH(bool, host);
+        QTemporaryDir home;
+        XdgAutostart entry(home.path(), QCoreApplication::applicationFilePath());
+        QVERIFY(!entry.registerApp());
         SimLoginItems::Behaviour behaviour;
         behaviour.requiresApproval = true;
-        behaviour.registration = atLaunch;
-        behaviour.switchedOff = switchedOff;
-        QTemporaryDir home;
-        std::unique_ptr<XdgAutostart> entry;
-        XdgAutostart* hostEntry = nullptr;
-        if (host) {
-            entry = std::make_unique<XdgAutostart>(home.path(), QCoreApplication::applicationFilePath());
-            if (atLaunch != LoginItemService::Status::NotRegistered)
-                QVERIFY(!entry->registerApp());
-            hostEntry = entry.get();
-        }
-        login = std::make_unique<SimLoginItems>(behaviour, std::move(entry));
-        restart();
-        const bool enabledAtLaunch = atLaunch == LoginItemService::Status::Enabled;
-        QCOMPARE(prefs->loginEnabled(), enabledAtLaunch);
-        if (person == u"on")
-            login->approve();
-        else if (person == u"off")
-            login->switchOff();
-        QCOMPARE(prefs->loginEnabled(), enabledAtLaunch);
-
-        prefs->setLogin(true);
-        QCOMPARE(prefs->notice(), notice);
-        QCOMPARE(login->status(), afterwards);
-        QCOMPARE(prefs->loginEnabled(), afterwards == LoginItemService::Status::Enabled);
-        restart();
-        QCOMPARE(prefs->loginEnabled(), afterwards == LoginItemService::Status::Enabled);
-        if (hostEntry)
-            QCOMPARE(hostEntry->status() == LoginItemService::Status::Enabled,
-                     afterwards == LoginItemService::Status::Enabled);
+        behaviour.switchedOff = true;
+        SimLoginItems system(behaviour, std::make_unique<XdgAutostart>(
+                                           home.path(), QCoreApplication::applicationFilePath()));
+        QCOMPARE(system.status(), Status::RequiresApproval); // the entry's, switched off
+        system.approve();
+        QCOMPARE(entry.status(), Status::Enabled);
+        system.switchOff();
+        QCOMPARE(entry.status(), Status::NotRegistered);
+        QCOMPARE(system.registerApp()->description, u"Operation not permitted"_s);
+        QCOMPARE(entry.status(), Status::NotRegistered);
+        system.approve();
+        QVERIFY(!system.unregisterApp());
+        QCOMPARE(entry.status(), Status::NotRegistered);
+        QVERIFY(!system.registerApp()); // waits for approval: no entry yet
+        QCOMPARE(system.status(), Status::RequiresApproval);
+        QCOMPARE(entry.status(), Status::NotRegistered);
     }
 
     void autostartEntryLifecycle()

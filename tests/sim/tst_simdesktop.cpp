@@ -64,15 +64,13 @@ QStringList barNames(const SimDesktop& desktop)
     return names;
 }
 
-// "quit PID", "drag X", or "launch WHO N": N items of com.example.WHO, of process WHO when it
+// "quit PID" or "launch WHO N": N items of com.example.WHO, of process WHO when it
 // is a number, of a fresh process without bundle identifier for "-".
 void play(SimDesktop& desktop, const QString& step)
 {
     const QStringList words = step.split(u' ');
     if (words.at(0) == u"quit") {
         QVERIFY(desktop.quitApplication(words.at(1).toInt()));
-    } else if (words.at(0) == u"drag") {
-        desktop.moveStatusItem(words.at(1).toDouble());
     } else {
         SimApplication app;
         bool process = false;
@@ -228,26 +226,11 @@ void TestSimDesktop::barRemembersWhereItemsStood_data()
     QTest::addColumn<QStringList>("bar"); // right to left, afterwards
     const auto row = [](const char* name, const QByteArray& json, const QStringList& steps,
                         const QStringList& bar) { QTest::newRow(name) << json << steps << bar; };
-    row("right of Tuckaway, away: the neighbours keep their order", barScenario, {u"quit 10"_s},
-        {u"own"_s, u"left.0"_s, u"pid:12.0"_s});
-    row("right of Tuckaway, started again: back where it stood", barScenario,
-        {u"quit 10"_s, u"launch right 2"_s},
-        {u"right.0"_s, u"own"_s, u"right.1"_s, u"left.0"_s, u"pid:12.0"_s});
-    row("never seen: at the left end; seen before: in its place", barScenario,
-        {u"quit 11"_s, u"quit 10"_s, u"launch new 1"_s, u"launch left 1"_s, u"launch right 3"_s},
-        {u"right.0"_s, u"own"_s, u"right.1"_s, u"left.0"_s, u"pid:12.0"_s, u"new.0"_s,
-         u"right.2"_s});
+    // Quits, launches and drags by bundle are played in remembered.script.
     row("without bundle identifier, the place goes with the process", barScenario,
         {u"quit 12"_s, u"launch new 1"_s, u"launch 12 1"_s, u"launch - 1"_s},
         {u"right.0"_s, u"own"_s, u"right.1"_s, u"left.0"_s, u"pid:12.0"_s, u"new.0"_s,
          u"pid:52.0"_s});
-    // Between left [892, 932] (middle 912) and the tool [887, 892].
-    row("dragged between two neighbours, it stays between them", barScenario,
-        {u"drag 900"_s, u"quit 11"_s, u"quit 10"_s, u"launch left 1"_s},
-        {u"left.0"_s, u"own"_s, u"pid:12.0"_s});
-    row("the scenario's places, an application not running among them", rememberedScenario,
-        {u"launch ghost 1"_s},
-        {u"left.0"_s, u"ghost.0"_s, u"pid:12.0"_s, u"own"_s, u"right.0"_s, u"right.1"_s});
     QByteArray placed = rememberedScenario;
     placed.replace(R"(, {"autosaveName": "Tuckaway.main"})", "")
         .replace(R"("pid": 50)", R"("pid": 50, "place": 1)");

@@ -5,8 +5,8 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QDir>
 #include <QLabel>
+#include <QDir>
 #include <QMenu>
 
 using namespace tk;
@@ -35,6 +35,7 @@ QStringList visibleNames(const SimDesktop& desktop)
     return names;
 }
 
+// Whether one of the panel's labels reads `text`.
 bool shows(const QWidget& panel, const QString& text)
 {
     const QList<QLabel*> labels = panel.findChildren<QLabel*>();
@@ -305,22 +306,17 @@ void TestSimulatorWindow::builtInShortcutIsShared()
 }
 
 // The panel's choice of screens: the bars drawn follow, and without a screen the picture says
-// so and nothing can be clicked or dropped.
+// so and nothing can be clicked or dropped. What Tuckaway makes of it is screens.script's.
 void TestSimulatorWindow::panelChangesTheScreens()
 {
     Simulator sim(SimScenarioLoader::builtIn());
     SimulatorPanel& panel = sim.panel();
     const SimMenuBarScene& scene = sim.view().scene();
-    sim.click();
-    QVERIFY(sim.hiding());
-
     panel.changeScreens(u"docked"_s);
     sim.shell.settled();
-    QVERIFY(!sim.hiding());
     QCOMPARE(scene.strips().size(), 2);
     QCOMPARE(scene.strips().at(0).frame, (Rect{0, 0, 1920, 1080}));
     QVERIFY(scene.ownItemRect()->intersects(scene.strips().at(0).bar));
-    QCOMPARE(panel.message(), u"Pantallas: 1920 × 1080 @ 0,0 · 1512 × 982 @ -1512,98"_s);
 
     panel.changeScreens(u"none"_s);
     sim.shell.settled();
@@ -334,7 +330,6 @@ void TestSimulatorWindow::panelChangesTheScreens()
     panel.changeScreens(QString()); // as the scenario starts
     sim.click();
     QVERIFY(sim.hiding());
-    QCOMPARE(scene.strips().size(), 2);
     QCOMPARE(scene.strips().at(0).frame, (Rect{0, 0, 1512, 982}));
 }
 
