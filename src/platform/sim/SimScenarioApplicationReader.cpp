@@ -168,32 +168,34 @@ void SimScenarioReader::readGeometry(const QJsonObject& object, const QString& p
         element.size = QSizeF(rect.width, rect.height);
         return;
     }
-    const QJsonValue position = object.value("position"_L1);
-    const QString positionPlace = SimJsonReader::member(place, u"position"_s);
-    if (position.isNull()) {
-        element.positionSource = Source::Missing;
-    } else if (!position.isUndefined()) {
-        if (const auto point = m_json.object(position, positionPlace)) {
-            m_json.expectKeys(*point, positionPlace, {"x"_L1, "y"_L1});
-            element.positionSource = Source::Given;
-            element.position =
-                QPointF(m_json.number(*point, "x"_L1, positionPlace, 0.0, Range::Coordinate),
-                        m_json.number(*point, "y"_L1, positionPlace, 0.0, Range::Coordinate));
-        }
-    }
-    const QJsonValue size = object.value("size"_L1);
-    const QString sizePlace = SimJsonReader::member(place, u"size"_s);
-    if (size.isNull()) {
-        element.sizeSource = Source::Missing;
-    } else if (!size.isUndefined()) {
-        if (const auto extent = m_json.object(size, sizePlace)) {
-            m_json.expectKeys(*extent, sizePlace, {"width"_L1, "height"_L1});
-            element.sizeSource = Source::Given;
-            element.size =
-                QSizeF(m_json.number(*extent, "width"_L1, sizePlace, 0.0, Range::Length),
-                       m_json.number(*extent, "height"_L1, sizePlace, 0.0, Range::Length));
-        }
-    }
+    if (const auto xy = readPair(object, {"position"_L1, "x"_L1, "y"_L1}, place,
+                                 Range::Coordinate, element.positionSource))
+        element.position = QPointF(xy->first, xy->second);
+    if (const auto extent = readPair(object, {"size"_L1, "width"_L1, "height"_L1}, place,
+                                     Range::Length, element.sizeSource))
+        element.size = QSizeF(extent->first, extent->second);
+}
+
+// A member of two numbers: null takes it away (`source` becomes missing), absent leaves it
+// as it was.
+std::optional<std::pair<double, double>>
+SimScenarioReader::readPair(const QJsonObject& object, const PairKeys& keys,
+                            const QString& place, SimJsonReader::Range range,
+                            SimElement::Source& source)
+{
+    const QJsonValue value = object.value(keys.member);
+    const QString memberPlace = SimJsonReader::member(place, QString(keys.member));
+    if (value.isNull())
+        source = SimElement::Source::Missing;
+    if (value.isNull() || value.isUndefined())
+        return std::nullopt;
+    const auto pair = m_json.object(value, memberPlace);
+    if (!pair)
+        return std::nullopt;
+    m_json.expectKeys(*pair, memberPlace, {keys.first, keys.second});
+    source = SimElement::Source::Given;
+    return std::pair{m_json.number(*pair, keys.first, memberPlace, 0.0, range),
+                     m_json.number(*pair, keys.second, memberPlace, 0.0, range)};
 }
 
 } // namespace tk

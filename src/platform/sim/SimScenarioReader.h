@@ -3,6 +3,9 @@
 #include "platform/sim/SimJsonReader.h"
 #include "platform/sim/SimScenario.h"
 
+#include <optional>
+#include <utility>
+
 class QJsonDocument;
 
 namespace tk {
@@ -25,6 +28,13 @@ private:
     SimApplication readApplication(const QJsonValue& value, const QString& place);
     SimElement readElement(const QJsonValue& value, const QString& place, int depth);
     void readGeometry(const QJsonObject& object, const QString& place, SimElement& element);
+    struct PairKeys {
+        QLatin1StringView member, first, second;
+    };
+    std::optional<std::pair<double, double>> readPair(const QJsonObject& object,
+                                                      const PairKeys& keys, const QString& place,
+                                                      SimJsonReader::Range range,
+                                                      SimElement::Source& source);
     SimFrameworkBehaviour readFramework(const QJsonObject& root);
     QList<SimScreenSet> readScreenSets(const QJsonObject& root);
     QList<SimScreen> readScreenList(const QJsonArray& screens, const QString& place);
