@@ -108,7 +108,6 @@ Inspector::~Inspector()
     m_abandoned->store(true);
     if (m_task)
         m_task->walk->join();
-
 }
 
 void Inspector::setReport(const QString& report)

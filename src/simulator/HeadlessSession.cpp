@@ -194,7 +194,7 @@ StepOutcome HeadlessSession::act(const ScriptStep& step)
         return serve(step.arguments.value(0).toDouble());
     if (step.command != u"wait")
         return m_steps.act(step);
-    waitFor(step.arguments.value(0).toDouble());
+    advanceTo(m_context.time->now() + step.arguments.value(0).toDouble());
     return {};
 }
 
@@ -262,19 +262,6 @@ void HeadlessSession::drain()
         QCoreApplication::processEvents();
 }
 
-// Time moves from one moment to the next, each one's work over before the next comes.
-void HeadlessSession::waitFor(double seconds)
-{
-    VirtualTimeSource& time = *m_context.time;
-    const double end = time.now() + seconds;
-    while (!m_context.appQuit && stepClock(end)) {
-    }
-    time.advance(std::max(0.0, end - time.now()));
-}
-
-} // namespace tk
-
-namespace tk {
 
 // The copy answers control requests (tuckaway --toggle, …) for `seconds` of the machine's own
 // time; what they start runs on virtual time that follows the machine's clock meanwhile, so
@@ -325,6 +312,7 @@ void HeadlessSession::followClock(double seconds)
     loop.exec();
 }
 
+// Time moves from one moment to the next, each one's work over before the next comes.
 void HeadlessSession::advanceTo(double target)
 {
     VirtualTimeSource& time = *m_context.time;

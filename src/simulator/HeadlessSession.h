@@ -66,7 +66,6 @@ private:
     bool walkHeld() const;
     bool stepClock(double end);
     void drain();
-    void waitFor(double seconds);
     StepOutcome serve(double seconds);
     void followClock(double seconds);
     void advanceTo(double target);
