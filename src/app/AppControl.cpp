@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "control/ControlEndpoint.h"
+#include "inspection/ItemPress.h"
 #include "inspection/Workspace.h"
 
 #include <QCoreApplication>
@@ -154,16 +155,16 @@ QStringList AppControl::hiddenApplications() const
     const VisibilityController& visibility = m_app.visibility();
     if (!visibility.active())
         return {};
-    const auto idOf = [](const std::optional<QString>& bundle, const QString& pid) {
-        return bundle ? *bundle : u"pid:"_s + pid;
-    };
     QSet<QString> running;
-    for (const RunningApplication& application : m_workspace.runningApplications())
-        running.insert(idOf(application.bundleIdentifier, QString::number(application.pid)));
+    for (const RunningApplication& application : m_workspace.runningApplications()) {
+        running.insert(application.bundleIdentifier
+                           ? *application.bundleIdentifier
+                           : u"pid:"_s + QString::number(application.pid));
+    }
     const QSet<QString> targets = visibility.hiddenTargets();
     QStringList hidden;
     for (const ExternalItem& item : m_app.inspector().items()) {
-        const QString id = idOf(item.bundleID, item.id.section(u':', 0, 0));
+        const QString id = ItemPress::applicationIdOf(item);
         const bool covered = !item.bundleID || targets.contains(*item.bundleID);
         if (covered && running.contains(id) && !hidden.contains(id))
             hidden << id;

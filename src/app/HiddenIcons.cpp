@@ -11,12 +11,6 @@ namespace HiddenIcons {
 
 namespace {
 
-// "extras.2.0" belongs to the bar's item "extras.2".
-QString barItemOf(const QString& path)
-{
-    return path.section(u'.', 0, 1);
-}
-
 struct Found {
     HiddenIcon icon;
     std::optional<double> x;
@@ -36,7 +30,7 @@ QList<HiddenIcon> of(const QList<ExternalItem>& items, const QSet<QString>& hidd
         // Without a bundle identifier, the id starts with the process number.
         const qint32 pid = item.bundleID ? 0 : item.id.section(u':', 0, 0).toInt();
         HiddenIcon icon{item.bundleID.value_or(QString()), pid, item.app, item.title, path};
-        const QString key = icon.applicationId() + u'\n' + barItemOf(path);
+        const QString key = icon.applicationId() + u'\n' + ItemPress::barItemOf(item.id);
         if (seen.contains(key))
             continue;
         seen.insert(key);

@@ -34,9 +34,9 @@ QList<UnseenIcon> of(const QList<ExternalItem>& items, const QList<SightPolicy::
     QList<UnseenIcon> icons;
     QSet<QString> seen; // application and bar item
     for (const ExternalItem& item : items) {
-        const QString owner = item.id.section(u':', 0, 0);
-        const QString path = ItemPress::pathOf(item.id).section(u'.', 0, 1);
-        const QString key = owner + u'\n' + path;
+        const QString application = ItemPress::applicationIdOf(item);
+        const QString path = ItemPress::barItemOf(item.id);
+        const QString key = application + u'\n' + path;
         if (seen.contains(key))
             continue;
         seen.insert(key);
@@ -44,8 +44,7 @@ QList<UnseenIcon> of(const QList<ExternalItem>& items, const QList<SightPolicy::
             SightPolicy::reason(item.frame, screens, menus);
         if (!reason)
             continue;
-        icons.append({item.bundleID ? *item.bundleID : u"pid:"_s + owner, item.app, item.title,
-                      path, *reason});
+        icons.append({application, item.app, item.title, path, *reason});
     }
     return icons;
 }

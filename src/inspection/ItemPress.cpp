@@ -14,6 +14,16 @@ QString pathOf(const QString& itemId)
     return itemId.section(u':', 1, 1);
 }
 
+QString barItemOf(const QString& itemId)
+{
+    return pathOf(itemId).section(u'.', 0, 1);
+}
+
+QString applicationIdOf(const ExternalItem& item)
+{
+    return item.bundleID ? *item.bundleID : u"pid:"_s + item.id.section(u':', 0, 0);
+}
+
 QString actionFor(const QStringList& actions)
 {
     for (const QString& preferred : {u"AXPress"_s, u"AXShowMenu"_s}) {

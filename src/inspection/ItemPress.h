@@ -27,6 +27,11 @@ namespace ItemPress {
 
 // The item's place below its application's extras menu bar, "extras.0.1", as item ids hold it.
 QString pathOf(const QString& itemId);
+// The place of the bar's own item that the element belongs to: "extras.0" for "extras.0.1".
+QString barItemOf(const QString& itemId);
+// The item's application as the control interface names it: its bundle identifier, else
+// "pid:N" with the process number that starts the id.
+QString applicationIdOf(const ExternalItem& item);
 
 // "AXPress" when the item lists it, else "AXShowMenu", else the first it lists; "AXPress"
 // when it lists none.
