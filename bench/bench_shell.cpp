@@ -22,17 +22,46 @@ using namespace tk;
 
 namespace {
 
-// The application launched on the built-in desktop, a group collapsed and shown again, so
-// that the auto-collapse countdown runs (60 s: it never ends during a measurement).
-class RunningShell {
+// The application launched on the built-in desktop, on virtual time.
+class LaunchedShell {
 public:
-    RunningShell()
+    LaunchedShell()
         : m_platform(SimPlatform::forTests(SimScenarioLoader::builtIn())),
           m_time(dynamic_cast<VirtualTimeSource&>(m_platform->time()))
     {
         m_errors.open(QIODevice::ReadWrite);
         m_app = std::make_unique<AppDelegate>(*m_platform, m_errors);
         m_app->applicationDidFinishLaunching(CommandLine::parse({QStringLiteral("tuckaway")}));
+    }
+
+    AppDelegate& app() { return *m_app; }
+
+protected:
+    // What the main thread has been handed is run, until no scan is under way.
+    void settle()
+    {
+        for (int i = 0; i < 4 || m_app->inspector().isScanning(); ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+
+    void pass(double seconds)
+    {
+        m_time.advance(seconds);
+        settle();
+    }
+
+    std::unique_ptr<SimPlatform> m_platform;
+    VirtualTimeSource& m_time;
+    QBuffer m_errors;
+    std::unique_ptr<AppDelegate> m_app;
+};
+
+// A group collapsed and shown again, so that the auto-collapse countdown runs (60 s: it
+// never ends during a measurement).
+class RunningShell : public LaunchedShell {
+public:
+    RunningShell()
+    {
         settle();
         SettingsData record = m_app->preferences().data();
         record.autoCollapse = true;
@@ -47,7 +76,6 @@ public:
             qFatal("the countdown does not run");
     }
 
-    AppDelegate& app() { return *m_app; }
     StatusItem& item() { return *m_app->statusItem(); }
 
     // The pointer in the menu-bar band, away from every icon: the countdown starts over at
@@ -60,23 +88,7 @@ public:
     }
 
     // One interaction tick as the timer delivers it: time passes, the main thread runs it.
-    void passTick()
-    {
-        m_time.advance(AppDelegate::interactionInterval);
-        settle();
-    }
-
-private:
-    void settle()
-    {
-        for (int i = 0; i < 4 || m_app->inspector().isScanning(); ++i)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-
-    std::unique_ptr<SimPlatform> m_platform;
-    VirtualTimeSource& m_time;
-    QBuffer m_errors;
-    std::unique_ptr<AppDelegate> m_app;
+    void passTick() { pass(AppDelegate::interactionInterval); }
 };
 
 RunningShell& shell()
@@ -174,17 +186,9 @@ void boundaryPolicy(benchmark::State& state)
 }
 
 // The built-in desktop's group hidden, ready for one of its icons to be reached.
-class HiddenShell {
+class HiddenShell : public LaunchedShell {
 public:
-    HiddenShell()
-        : m_platform(SimPlatform::forTests(SimScenarioLoader::builtIn())),
-          m_time(dynamic_cast<VirtualTimeSource&>(m_platform->time()))
-    {
-        m_errors.open(QIODevice::ReadWrite);
-        m_app = std::make_unique<AppDelegate>(*m_platform, m_errors);
-        m_app->applicationDidFinishLaunching(CommandLine::parse({QStringLiteral("tuckaway")}));
-        hide();
-    }
+    HiddenShell() { hide(); }
 
     // The item's menu closed, the group hidden again at once.
     void hide()
@@ -239,19 +243,7 @@ public:
     }
 
 private:
-    void pass(double seconds)
-    {
-        m_time.advance(seconds);
-        for (int i = 0; i < 4 || m_app->inspector().isScanning(); ++i)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-
     ScanEnvironment environment() { return {accessibility(), m_time, QString()}; }
-
-    std::unique_ptr<SimPlatform> m_platform;
-    VirtualTimeSource& m_time;
-    QBuffer m_errors;
-    std::unique_ptr<AppDelegate> m_app;
 };
 
 HiddenShell& hiddenShell()
