@@ -42,12 +42,18 @@ void SimDesktopServices::activateApplication(qint32 pid)
     m_activated.append(pid);
 }
 
+// A list shared with the desktop's holds what it held when read: a change detaches one of
+// the two.
 QList<ScreenInfo> SimDesktopServices::screens() const
 {
-    QList<ScreenInfo> result;
-    for (const SimScreen& screen : m_desktop.screens())
-        result.append({screen.frame, screen.visibleFrame, screen.notchFrame()});
-    return result;
+    const QList<SimScreen>& current = m_desktop.screens();
+    if (current.constData() == m_screensRead.constData() && current.size() == m_screensRead.size())
+        return m_screenInfos;
+    m_screenInfos.clear();
+    for (const SimScreen& screen : current)
+        m_screenInfos.append({screen.frame, screen.visibleFrame, screen.notchFrame()});
+    m_screensRead = current;
+    return m_screenInfos;
 }
 
 void SimDesktopServices::changeScreens(QList<SimScreen> screens)

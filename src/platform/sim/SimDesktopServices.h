@@ -86,6 +86,10 @@ private:
     int m_selfActivations = 0;
     int m_statusItemCount = 0;
     QList<QPointer<SimStatusItem>> m_statusItems; // in the order they were created
+    // The desktop's screens as last read, sharing its list, and what they read as: asked at
+    // every interaction tick, the screens are converted again only once the list changed.
+    mutable QList<SimScreen> m_screensRead;
+    mutable QList<ScreenInfo> m_screenInfos;
 };
 
 } // namespace tk
